@@ -1,0 +1,148 @@
+#include "ostra/provider/format.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "ostra/core/format_category.h"
+
+namespace {
+
+using Ostra::Detail::format_arg;
+using Ostra::Detail::string_view;
+
+struct Formatted {
+  std::string text;
+  std::error_code ec;
+};
+
+template <class... Args>
+Formatted Fmt(string_view format, const Args&... args) {
+  const format_arg list[] = {format_arg(args)..., format_arg("unused")};
+  Formatted result;
+  result.text = Ostra::Detail::Format(format, list, sizeof...(Args), result.ec);
+  return result;
+}
+
+const std::error_code kOutOfRange(3, Ostra::GetFormatCategory());
+
+TEST(Format, PlaceholderGrammar) {
+  struct Case {
+    const char* format;
+    const char* expected;
+    bool outOfRange;
+  } const cases[] = {
+      {"Cli source not found: {1}", "Cli source not found: a", false},
+      {"{1}[{2}]", "a[b]", false},
+      {"{2} then {}", "b then b", false},  // the counter advances after explicit indices too
+      {"{} {} {1}", "a b a", false},
+      {"{0}{x}", "ab", false},  // 0 and non-numeric indices take the counter's argument
+      {"{{1}}", "{1}", false},  // both doublings are escapes
+      {"}}{{", "}{", false},
+      {"x}1", "xa", false},  // a lone closing brace opens a placeholder running to the end
+      {"x}2 tail", "xb", false},
+      {"{1", "a", false},  // no closing brace: the field is the rest
+      {"{01}", "a", false},
+      {"{1abc}", "a", false},  // the index stops at the first non-digit
+      {"stop {3} here", "stop ", true},
+      {"{18446744073709551617}", "a", false},  // 20 digits, wrapping like the C arithmetic
+      {"{123456789012345678901}", "", true},   // only the first 20 characters count
+      {"", "", false},
+      {"no braces", "no braces", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.format);
+    const Formatted result = Fmt(c.format, "a", "b");
+    EXPECT_EQ(result.text, c.expected);
+    EXPECT_EQ(result.ec, c.outOfRange ? kOutOfRange : std::error_code());
+  }
+  EXPECT_EQ(Fmt("{}").ec, kOutOfRange);
+  EXPECT_EQ(kOutOfRange.category().name(), std::string("ostra.format"));
+  EXPECT_EQ(kOutOfRange.message(), "argument index out of range");
+}
+
+TEST(Format, EachTypeWithItsSpec) {
+  const std::string text("ab\0cd", 5);
+  const boost::optional<std::string> unset;
+  const boost::optional<std::string> set(std::string("value"));
+  const char* const cString = "chars";
+  struct Case {
+    Formatted result;
+    const char* expected;
+  } const cases[] = {
+      {Fmt("{1}", text), "ab\0cd"},        // by length: the NUL is kept
+      {Fmt("[{1:6}]", text), "[    ab]"},  // through printf, which stops at the NUL
+      {Fmt("{1:s}", text), "ab\0cd"},      // "s" counts as no spec
+      {Fmt("[{1:-7}]", cString), "[chars  ]"},
+      {Fmt("[{1:.2}]", "literal"), "[li]"},
+      {Fmt("{1}", 42), "42"},
+      {Fmt("{1:05}", 42), "00042"},
+      {Fmt("{1:x}", 255), "ff"},
+      {Fmt("{1:+}", -3), "-3"},
+      {Fmt("{1}", 18446744073709551615UL), "18446744073709551615"},
+      {Fmt("{1:08}", 7UL), "00000007"},
+      {Fmt("{1:lx}", 255UL), "ff"},
+      {Fmt("{1:x}", 4294967296UL + 255), "ff"},  // %x reads an unsigned int
+      {Fmt("{1}", unset), "optinal<T> is unset"},
+      {Fmt("{1:>9}", set), "value"},
+      // A spec longer than 13 characters is cut in the 16-byte buffer: here the "d" is lost and
+      // the width alone makes no valid format, so the number is written plainly.
+      {Fmt("{1:00000000000003}", 5), "5"},
+      {Fmt("{1:0000000000003}", 5), "005"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.expected);
+    EXPECT_EQ(c.result.ec, std::error_code());
+  }
+  for (std::size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(i);
+    const std::string expected =
+        i == 0 || i == 2 ? std::string(cases[i].expected, 5) : cases[i].expected;
+    EXPECT_EQ(cases[i].result.text, expected);
+  }
+}
+
+TEST(Format, SpecsThatMakeNoSafeFormatAreIgnored) {
+  // Each would be undefined behaviour in printf; the argument is written plainly instead.
+  EXPECT_EQ(Fmt("{1:n}", 5).text, "5");
+  EXPECT_EQ(Fmt("{1:s}", 5).text, "5");
+  EXPECT_EQ(Fmt("{1:*}", 5).text, "5");
+  EXPECT_EQ(Fmt("{1:d%s}", 5).text, "5");
+  EXPECT_EQ(Fmt("{1:Lf}", 5).text, "5");
+  EXPECT_EQ(Fmt("{1:n}", "str").text, "str");
+  EXPECT_EQ(Fmt("{1:d}", "str").text, "str");
+  EXPECT_EQ(Fmt("{1:ls}", "str").text, "str");
+  EXPECT_EQ(Fmt("{1:%}", 5).text, "%d");  // "%%d" holds no conversion: printed as it stands
+}
+
+TEST(Format, ArbitraryFormatsNeverThrow) {
+  std::mt19937 random(7);
+  const std::string alphabet = "{}:%0123456789.-+ #*lhjzqLsdxnc'";
+  for (int round = 0; round < 20000; ++round) {
+    std::string format;
+    const int length = static_cast<int>(random() % 24);
+    for (int i = 0; i < length; ++i)
+      format += alphabet[random() % alphabet.size()];
+    SCOPED_TRACE(format);
+    const boost::optional<std::string> optional;
+    EXPECT_NO_THROW(Fmt(format, 42, "text", std::string("str"), 9UL, optional));
+  }
+}
+
+TEST(Format, AtoiAndSubstr) {
+  std::size_t used = 99;
+  EXPECT_EQ(Ostra::Detail::format_atoi("123abc", &used), 123UL);
+  EXPECT_EQ(used, 3u);
+  EXPECT_EQ(Ostra::Detail::format_atoi("", &used), 0UL);
+  EXPECT_EQ(used, 0u);
+  EXPECT_EQ(Ostra::Detail::format_atoi("x1"), 0UL);
+  EXPECT_EQ(Ostra::Detail::format_atoi("000000000000000000012", &used), 1UL);
+  EXPECT_EQ(used, 20u);
+  EXPECT_EQ(Ostra::Detail::format_substr("hello", 1, 3), "el");
+  EXPECT_EQ(Ostra::Detail::format_substr("hello", 3, 99), "lo");
+  EXPECT_EQ(Ostra::Detail::format_substr("hello", 9, 12), "");
+  EXPECT_EQ(Ostra::Detail::format_substr("hello", 4, 2), "");
+}
+
+}  // namespace

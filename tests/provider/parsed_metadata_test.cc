@@ -1,0 +1,115 @@
+#include "ostra/provider/parsed_metadata.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <streambuf>
+#include <string>
+
+#include "ostra/core/crc32.h"
+
+namespace {
+
+using Ostra::Provider::Metadata::FindMember;
+using Ostra::Provider::Metadata::ParsedMetadata;
+using Ostra::Provider::Metadata::ParseStream;
+using Ostra::Provider::Metadata::ValToString;
+
+std::string Crc(const std::string& bytes) {
+  Ostra::CRC32 crc;
+  crc.Update(bytes);
+  return crc.Hexdigest();
+}
+
+std::shared_ptr<ParsedMetadata> Parse(const std::string& text) {
+  std::istringstream in(text);
+  std::list<Ostra::BaseMessage> messages;
+  auto parsed = ParseStream(in, messages);
+  EXPECT_TRUE(messages.empty());
+  return parsed;
+}
+
+TEST(ParseStream, RecordsSyntaxErrorsAndStillFingerprints) {
+  struct Case {
+    std::string text;
+    int code;
+    std::size_t offset;
+  } const cases[] = {
+      {"", rapidjson::kParseErrorDocumentEmpty, 0},
+      {"{} x", rapidjson::kParseErrorDocumentRootNotSingular, 3},
+      {"{\"a\":1,}", rapidjson::kParseErrorObjectMissName, 7},
+      {"[1,2", rapidjson::kParseErrorArrayMissCommaOrSquareBracket, 4},
+      {"{\"a\": NaN}", rapidjson::kParseErrorValueInvalid, 6},
+      {"// c\n{}", rapidjson::kParseErrorValueInvalid, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const auto parsed = Parse(c.text);
+    ASSERT_NE(parsed, nullptr);
+    ASSERT_NE(parsed->document, nullptr);
+    EXPECT_EQ(static_cast<int>(parsed->document->GetParseError()), c.code);
+    EXPECT_EQ(parsed->document->GetErrorOffset(), c.offset);
+    EXPECT_EQ(parsed->fingerprint, Crc(c.text));
+  }
+  EXPECT_EQ(Parse("")->fingerprint, "00000000");
+}
+
+TEST(ParseStream, FingerprintCoversEveryByteOfTheWholeStream) {
+  const std::string compact = R"({"a":[1,2],"b":"x"})";
+  const std::string spaced = "{ \"a\": [1, 2],\n  \"b\": \"x\" }\n";
+  const auto one = Parse(compact);
+  const auto two = Parse(spaced);
+  EXPECT_FALSE(one->document->HasParseError());
+  EXPECT_FALSE(two->document->HasParseError());
+  EXPECT_EQ(one->fingerprint, Crc(compact));
+  EXPECT_EQ(two->fingerprint, Crc(spaced));
+  EXPECT_NE(one->fingerprint, two->fingerprint);
+
+  // A file read to its end is rewound: the fingerprint is of all its bytes.
+  const std::string path = testing::TempDir() + "/parse_stream_file.json";
+  std::ofstream(path, std::ios::binary) << spaced;
+  std::ifstream file(path, std::ios::binary);
+  std::list<Ostra::BaseMessage> messages;
+  EXPECT_EQ(ParseStream(file, messages)->fingerprint, Crc(spaced));
+  std::remove(path.c_str());
+
+  // A stream that was already advanced is fingerprinted from its start all the same.
+  std::istringstream advanced("  " + compact);
+  advanced.seekg(2);
+  EXPECT_EQ(ParseStream(advanced, messages)->fingerprint, Crc("  " + compact));
+}
+
+// A stream buffer that cannot seek, as a pipe.
+class PipeBuffer : public std::streambuf {
+ public:
+  explicit PipeBuffer(std::string data) : data_(std::move(data)) {
+    setg(&data_[0], &data_[0], &data_[0] + data_.size());
+  }
+
+ private:
+  std::string data_;
+};
+
+TEST(ParseStream, NonSeekableStreamFingerprintsWhatRemains) {
+  PipeBuffer buffer("{} x and more");
+  std::istream in(&buffer);
+  std::list<Ostra::BaseMessage> messages;
+  const auto parsed = ParseStream(in, messages);
+  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentRootNotSingular);
+  // The parser stopped at "x"; the failed rewind leaves the rest for the checksum.
+  EXPECT_EQ(parsed->fingerprint, Crc("x and more"));
+}
+
+TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
+  const auto parsed = Parse(R"({"a":1,"b":"x\u0000y","a":2})");
+  const auto& root = *parsed->document;
+  const auto a = FindMember(root, "a");
+  ASSERT_NE(a, root.MemberEnd());
+  EXPECT_EQ(a->value.GetInt(), 1);
+  EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
+  EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
+}
+
+}  // namespace
