@@ -10,12 +10,15 @@ namespace Ostra {
 namespace Provider {
 namespace Metadata {
 
+void ParseJson(std::istream& in, JsonDocument& document) {
+  rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
+  document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+}
+
 std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>&) {
   auto parsed = std::make_shared<ParsedMetadata>();
   parsed->document = std::make_unique<JsonDocument>();
-
-  rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
-  parsed->document->ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+  ParseJson(in, *parsed->document);
 
   // Reading to the end leaves the stream failed; clear that so the rewind can happen.
   in.clear();

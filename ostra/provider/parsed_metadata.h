@@ -29,6 +29,10 @@ struct ParsedMetadata {
   std::string fingerprint;
 };
 
+// Parses all of `in` into `document` with the default (strict) flags; the outcome is recorded in
+// the document. The one place where metadata JSON is read from a stream.
+void ParseJson(std::istream& in, JsonDocument& document);
+
 // Parses all of `in` as one JSON document (strict JSON, nothing but white space after the root),
 // then rewinds `in` and fingerprints it from the start. A syntax error is not reported here: it
 // stays recorded in the document. `messages` is never written. A stream that cannot be rewound

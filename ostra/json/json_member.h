@@ -1,0 +1,324 @@
+// The JSON member-mapping toolkit: reading members of a JSON object into binding records, with
+// uniform failure messages.
+//
+// Every reader appends to the caller's message list and never clears it:
+//   - a member that is absent: "ostra.metadata.json.missing.field" (member name). This is recorded
+//     for optional members too, although they succeed: the messages only surface when the load as
+//     a whole fails, and then they show which optional members were absent before the fault;
+//   - a member of the wrong JSON type (null included): the invalid-field id (member name);
+//   - an enumeration text not in the table: "ostra.metadata.json.invalid.enum.value" (member
+//     name, not the text).
+// Enumeration texts are upper-cased first, so they are case-insensitive; member names are not.
+//
+// Member wrappers do their work when constructed and then hold a success flag (explicit operator
+// bool) and the value (Value(), Take()). Parsers read the members of a record in order and stop at
+// the first wrapper that failed. Converters and element parsers are callables of
+// (const JsonValue&, Messages&) returning a shared pointer (null = failure) or a bool; map fillers
+// take (const JsonValue&, Map&, Messages&) and return a bool.
+#pragma once
+
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include <boost/optional.hpp>
+
+#include "ostra/core/base_message.h"
+#include "ostra/core/enum.h"
+#include "ostra/provider/messages.h"
+#include "ostra/provider/parsed_metadata.h"
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+
+using Messages = std::list<BaseMessage>;
+
+constexpr const char* kMissingFieldId = "ostra.metadata.json.missing.field";
+constexpr const char* kInvalidFieldId = "ostra.metadata.json.invalid.field";
+constexpr const char* kInvalidNodeTypeId = "ostra.metadata.json.invalid.node.type";
+constexpr const char* kInvalidEnumValueId = "ostra.metadata.json.invalid.enum.value";
+
+// The id a reader reports a member of the wrong JSON type with. Domains with their own id supply
+// their own policy.
+struct JsonIds {
+  static constexpr const char* kInvalidField = kInvalidFieldId;
+};
+
+// Appends the catalogue message `id` with its arguments.
+template <class... Args>
+void AddMessage(Messages& messages, const std::string& id, const Args&... args) {
+  messages.push_back(MetadataMessage(id, args...));
+}
+
+// The parse-error message of a document that failed to parse ({1} code, {2} offset), or nothing.
+// Answers whether the document parsed.
+bool CheckParsed(const JsonDocument& document, const char* parseErrorId, Messages& messages);
+
+// FindMember that records "missing field" when the member is absent. `object` must be an object.
+template <class Value>
+typename Value::ConstMemberIterator FindMember(const Value& object, const char* name,
+                                               Messages& messages) {
+  const auto it = FindMember(static_cast<const JsonValue&>(object), name);
+  if (it == object.MemberEnd()) AddMessage(messages, kMissingFieldId, name);
+  return it;
+}
+
+// The value of member `name`, or null (recording "missing field") when it is absent. Any JSON
+// value may be given: one that is not an object has no members. The wrappers look members up here.
+const JsonValue* FindMemberValue(const JsonValue& object, const char* name, Messages& messages);
+
+// Upper case under the default locale, as enumeration texts are compared.
+std::string ToUpper(std::string text);
+
+// Appends the invalid-enum message for E's unknown value; answers whether `value` is known.
+template <class E>
+bool CheckEnum(const E& value, const char* name, Messages& messages) {
+  if (!value.IsUnknown()) return true;
+  AddMessage(messages, kInvalidEnumValueId, name);
+  return false;
+}
+
+// Converters from an (already upper-cased, for enumerations) text to a value.
+struct ParseString {
+  std::string operator()(const std::string& text) const { return text; }
+};
+// Walks E's name table; a text not in it gives the unknown value keeping the text.
+template <class E>
+struct ParseEnum {
+  E operator()(const std::string& text) const { return EnumConverter<E>::Convert(text); }
+};
+
+namespace Detail {
+
+template <class T>
+struct IsEnum : std::is_base_of<Enum, T> {};
+
+template <class T>
+struct IsOptional : std::false_type {};
+template <class T>
+struct IsOptional<boost::optional<T>> : std::true_type {};
+
+template <class C, class = void>
+struct IsMap : std::false_type {};
+template <class C>
+struct IsMap<C, std::void_t<typename C::mapped_type>> : std::true_type {};
+
+// Runs an object callable: one that fills `value` (a map filler), one that answers a bool, or one
+// that answers a shared pointer stored in `value`.
+template <class T, class Fill>
+bool ApplyObject(const JsonValue& object, T& value, Fill& fill, Messages& messages) {
+  if constexpr (std::is_invocable_r_v<bool, Fill&, const JsonValue&, T&, Messages&>) {
+    return fill(object, value, messages);
+  } else {
+    auto result = fill(object, messages);
+    if constexpr (std::is_same_v<decltype(result), bool>) {
+      return result;
+    } else {
+      const bool ok = result != nullptr;
+      value = std::move(result);
+      return ok;
+    }
+  }
+}
+
+// Adds a parsed element at the end of a list, or under its name to a map (keeping an element
+// already there under that name).
+template <class C, class E>
+void AddElement(C& container, E&& element) {
+  if constexpr (IsMap<C>::value) {
+    std::string key = element->name;
+    container.emplace(std::move(key), std::forward<E>(element));
+  } else if constexpr (IsOptional<std::decay_t<E>>::value) {
+    container.insert(container.end(), std::move(*element));
+  } else {
+    container.insert(container.end(), std::forward<E>(element));
+  }
+}
+
+}  // namespace Detail
+
+// A value in hand that must be a string; `convert` turns its text into T (enumerations: the
+// upper-cased text, checked with CheckEnum under `name`).
+template <class T, class Converter = ParseString, class Ids = JsonIds>
+bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages& messages,
+                     Converter convert = Converter()) {
+  if (!value.IsString()) {
+    AddMessage(messages, Ids::kInvalidField, name);
+    return false;
+  }
+  if constexpr (Detail::IsEnum<T>::value) {
+    out = convert(ToUpper(ValToString(value)));
+    return CheckEnum(out, name, messages);
+  } else {
+    out = convert(ValToString(value));
+    return true;
+  }
+}
+
+// A value in hand that must be an array; each element goes through `parse` in order and the first
+// failure ends the walk (what was added stays; the caller drops it).
+template <class C, class ElementParser, class Ids = JsonIds>
+bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementParser parse,
+                    Messages& messages) {
+  if (!value.IsArray()) {
+    AddMessage(messages, Ids::kInvalidField, name);
+    return false;
+  }
+  for (const auto& element : value.GetArray()) {
+    auto parsed = parse(element, messages);
+    if constexpr (std::is_same_v<decltype(parsed), bool>) {
+      if (!parsed) return false;
+    } else {
+      if (!parsed) return false;
+      Detail::AddElement(out, std::move(parsed));
+    }
+  }
+  return true;
+}
+
+// Element parser of string arrays: each element must be a string.
+template <class Ids = JsonIds>
+struct StringElement {
+  const char* name;
+  boost::optional<std::string> operator()(const JsonValue& element, Messages& messages) const {
+    if (!element.IsString()) {
+      AddMessage(messages, Ids::kInvalidField, name);
+      return boost::none;
+    }
+    return ValToString(element);
+  }
+};
+
+// Shared frame of the wrappers: the flag and the value.
+template <class T>
+class JsonReading {
+ public:
+  explicit operator bool() const { return ok_; }
+  const T& Value() const { return value_; }
+  T Take() { return std::move(value_); }
+
+ protected:
+  bool ok_ = false;
+  T value_{};
+};
+
+// A required string or enumeration member.
+template <class T, class Ids = JsonIds>
+class JsonMember : public JsonReading<T> {
+ public:
+  JsonMember(const JsonValue& object, const char* name, Messages& messages)
+      : JsonMember(object, name, DefaultConverter(), messages) {}
+
+  template <class Converter>
+  JsonMember(const JsonValue& object, const char* name, Converter convert, Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    if (member == nullptr) return;
+    this->ok_ = JsonParseString<T, Converter, Ids>(*member, name, this->value_, messages, convert);
+  }
+
+ private:
+  using DefaultConverter = std::conditional_t<Detail::IsEnum<T>::value, ParseEnum<T>, ParseString>;
+};
+
+// An optional string member: absent is success with an empty value.
+template <class T, class Ids = JsonIds>
+class JsonOptMember;
+
+template <class Ids>
+class JsonOptMember<boost::optional<std::string>, Ids>
+    : public JsonReading<boost::optional<std::string>> {
+ public:
+  JsonOptMember(const JsonValue& object, const char* name, Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    ok_ = true;
+    if (member == nullptr) return;
+    std::string text;
+    ok_ = JsonParseString<std::string, ParseString, Ids>(*member, name, text, messages);
+    if (ok_) value_ = std::move(text);
+  }
+};
+
+// A required object member, read by `fill`. JsonObjectMember<void> only reports success.
+template <class T, class Ids = JsonIds>
+class JsonObjectMember : public JsonReading<T> {
+ public:
+  template <class Fill>
+  JsonObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    if (member == nullptr) return;
+    if (!member->IsObject()) {
+      AddMessage(messages, Ids::kInvalidField, name);
+      return;
+    }
+    this->ok_ = Detail::ApplyObject(*member, this->value_, fill, messages);
+  }
+};
+
+template <class Ids>
+class JsonObjectMember<void, Ids> {
+ public:
+  template <class Fill>
+  JsonObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
+    JsonObjectMember<bool, Ids> member(
+        object, name,
+        [&fill](const JsonValue& value, Messages& m) -> bool { return fill(value, m); }, messages);
+    ok_ = static_cast<bool>(member);
+  }
+  explicit operator bool() const { return ok_; }
+
+ private:
+  bool ok_ = false;
+};
+
+// An optional object member filling a map: absent is success with an empty map.
+template <class Map, class Ids = JsonIds>
+class JsonOptObjectMember : public JsonReading<Map> {
+ public:
+  template <class Fill>
+  JsonOptObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    this->ok_ = true;
+    if (member == nullptr) return;
+    if (!member->IsObject()) {
+      AddMessage(messages, Ids::kInvalidField, name);
+      this->ok_ = false;
+      return;
+    }
+    this->ok_ = Detail::ApplyObject(*member, this->value_, fill, messages);
+  }
+};
+
+// A required array member; each element through `parse` (see JsonParseArray).
+template <class C, class Ids = JsonIds>
+class JsonArrayMember : public JsonReading<C> {
+ public:
+  template <class ElementParser>
+  JsonArrayMember(const JsonValue& object, const char* name, ElementParser parse,
+                  Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    if (member == nullptr) return;
+    this->ok_ = JsonParseArray<C, ElementParser, Ids>(*member, name, this->value_, parse, messages);
+  }
+};
+
+// An optional array member: absent is success with an empty container.
+template <class C, class Ids = JsonIds>
+class JsonOptArrayMember : public JsonReading<C> {
+ public:
+  template <class ElementParser>
+  JsonOptArrayMember(const JsonValue& object, const char* name, ElementParser parse,
+                     Messages& messages) {
+    const JsonValue* member = FindMemberValue(object, name, messages);
+    this->ok_ = true;
+    if (member == nullptr) return;
+    this->ok_ = JsonParseArray<C, ElementParser, Ids>(*member, name, this->value_, parse, messages);
+  }
+};
+
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra

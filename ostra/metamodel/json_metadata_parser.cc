@@ -1,0 +1,450 @@
+#include "ostra/metamodel/json_metadata_parser.h"
+
+#include <list>
+#include <utility>
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+namespace Metamodel {
+namespace {
+
+using namespace Binding;
+using Category = TypeEnumerations::Category;
+using BuiltinType = TypeEnumerations::BuiltinType;
+using GenericType = GenericInstantiationEnumerations::GenericType;
+using ConstantCategory = ConstantValueEnumerations::Category;
+using PrimitiveType = PrimitiveValueEnumerations::Type;
+using ElementType = ElementValueEnumerations::Type;
+using Constants = MetadataIdentifierSvc::Constants;
+using Callbacks = JsonMetadataParser::RegisterCallbacks;
+
+constexpr const char* kParseErrorId = "ostra.metadata.metamodel.parse.error";
+
+// Category texts: the table's names, and PRIMITIVE for the builtin category.
+Category ConvertCategory(const std::string& upper) {
+  return upper == "PRIMITIVE" ? Category(Category::BUILTIN)
+                              : EnumConverter<Category>::Convert(upper);
+}
+
+// Builtin type texts: the table's names, and EXCEPTION for ANY_ERROR.
+BuiltinType ConvertBuiltin(const std::string& upper) {
+  return upper == "EXCEPTION" ? BuiltinType(BuiltinType::ANY_ERROR)
+                              : EnumConverter<BuiltinType>::Convert(upper);
+}
+
+// The primitive form of a constant's builtin type; only these four have one.
+PrimitiveType PrimitiveOf(const BuiltinType& builtin) {
+  switch (builtin.GetValue()) {
+    case BuiltinType::BOOLEAN:
+      return PrimitiveType::BOOLEAN;
+    case BuiltinType::LONG:
+      return PrimitiveType::LONG;
+    case BuiltinType::DOUBLE:
+      return PrimitiveType::DOUBLE;
+    case BuiltinType::STRING:
+      return PrimitiveType::STRING;
+    default:
+      return PrimitiveType::UNKNOWN;
+  }
+}
+
+std::shared_ptr<const Type> BuiltinTypeOf(const BuiltinType& builtin) {
+  auto type = std::make_shared<Type>();
+  type->category = Category::BUILTIN;
+  type->builtin_type = builtin;
+  return type;
+}
+
+// One read of one document: the callbacks to fire and the messages to append to.
+class Reader {
+ public:
+  Reader(const Callbacks& callbacks, Messages& messages)
+      : callbacks_(callbacks), messages_(messages) {}
+
+  std::shared_ptr<ComponentInfo> Component(const JsonValue& json) {
+    auto component = std::make_shared<ComponentInfo>();
+    const bool ok = Text(json, "name", component->name) &&
+                    Text(json, "documentation", component->documentation) &&
+                    Metadata(json, component->metadata) &&
+                    Array(json, "packages", component->packages, &Reader::Package);
+    return ok ? component : nullptr;
+  }
+
+ private:
+  std::shared_ptr<PackageInfo> Package(const JsonValue& json) {
+    auto package = std::make_shared<PackageInfo>();
+    const bool ok = Text(json, "name", package->name) &&
+                    Text(json, "documentation", package->documentation) &&
+                    Metadata(json, package->metadata) &&
+                    Array(json, "enumerations", package->enumerations, &Reader::Enumeration) &&
+                    Array(json, "structures", package->structures, &Reader::Structure) &&
+                    Array(json, "services", package->services, &Reader::Service);
+    return ok ? package : nullptr;
+  }
+
+  std::shared_ptr<ServiceInfo> Service(const JsonValue& json) {
+    auto service = std::make_shared<ServiceInfo>();
+    const bool ok = Text(json, "name", service->name) &&
+                    Text(json, "documentation", service->documentation) &&
+                    Metadata(json, service->metadata) &&
+                    Array(json, "enumerations", service->enumerations, &Reader::Enumeration) &&
+                    Array(json, "structures", service->structures, &Reader::Structure) &&
+                    Array(json, "constants", service->constants, &Reader::Constant) &&
+                    Array(json, "operations", service->operations, &Reader::Operation);
+    return ok ? service : nullptr;
+  }
+
+  std::shared_ptr<OperationInfo> Operation(const JsonValue& json) {
+    auto operation = std::make_shared<OperationInfo>();
+    const bool ok = Text(json, "name", operation->name) &&
+                    Text(json, "documentation", operation->documentation) &&
+                    Metadata(json, operation->metadata) &&
+                    Array(json, "params", operation->params, &Reader::Field) &&
+                    Object(json, "result", operation->output, &Reader::Result) &&
+                    Array(json, "errors", operation->errors, &Reader::Error);
+    return ok ? operation : nullptr;
+  }
+
+  std::shared_ptr<OperationResultInfo> Result(const JsonValue& json) {
+    auto result = std::make_shared<OperationResultInfo>();
+    const bool ok = Text(json, "documentation", result->documentation) &&
+                    Metadata(json, result->metadata) &&
+                    Object(json, "type", result->type, &Reader::TypeReference);
+    return ok ? result : nullptr;
+  }
+
+  std::shared_ptr<ErrorInfo> Error(const JsonValue& json) {
+    auto error = std::make_shared<ErrorInfo>();
+    const bool ok = Text(json, "user_defined_type_name", error->structure_id) &&
+                    Text(json, "documentation", error->documentation);
+    return ok ? error : nullptr;
+  }
+
+  std::shared_ptr<StructureInfo> Structure(const JsonValue& json) {
+    auto structure = std::make_shared<StructureInfo>();
+    const bool ok = Text(json, "name", structure->name) &&
+                    Enumerated(json, "type", structure->type) &&
+                    Text(json, "documentation", structure->documentation) &&
+                    Metadata(json, structure->metadata) &&
+                    Array(json, "enumerations", structure->enumerations, &Reader::Enumeration) &&
+                    Array(json, "constants", structure->constants, &Reader::Constant) &&
+                    Array(json, "fields", structure->fields, &Reader::Field);
+    if (!ok) return nullptr;
+    ModelHook(*structure);
+    return structure;
+  }
+
+  std::shared_ptr<FieldInfo> Field(const JsonValue& json) {
+    auto field = std::make_shared<FieldInfo>();
+    const bool ok = Text(json, "name", field->name) &&
+                    Text(json, "documentation", field->documentation) &&
+                    Metadata(json, field->metadata) &&
+                    Object(json, "type", field->type, &Reader::TypeReference);
+    return ok ? field : nullptr;
+  }
+
+  std::shared_ptr<EnumerationInfo> Enumeration(const JsonValue& json) {
+    auto enumeration = std::make_shared<EnumerationInfo>();
+    const bool ok = Text(json, "name", enumeration->name) &&
+                    Text(json, "documentation", enumeration->documentation) &&
+                    Metadata(json, enumeration->metadata) &&
+                    Array(json, "values", enumeration->values, &Reader::EnumerationValue);
+    return ok ? enumeration : nullptr;
+  }
+
+  std::shared_ptr<EnumerationValueInfo> EnumerationValue(const JsonValue& json) {
+    auto value = std::make_shared<EnumerationValueInfo>();
+    const bool ok = Text(json, "name", value->value) &&
+                    Text(json, "documentation", value->documentation) &&
+                    Metadata(json, value->metadata);
+    return ok ? value : nullptr;
+  }
+
+  // A constant: its type names a builtin type, or a list of one; only string values load.
+  std::shared_ptr<ConstantInfo> Constant(const JsonValue& json) {
+    auto constant = std::make_shared<ConstantInfo>();
+    if (!Text(json, "name", constant->name) ||
+        !Text(json, "documentation", constant->documentation)) {
+      return nullptr;
+    }
+    ConstantCategory category;
+    BuiltinType builtin;
+    const JsonObjectMember<void> typeMember(
+        json, "type",
+        [&](const JsonValue& object, Messages& messages) {
+          const JsonMember<ConstantCategory> read(object, "category", messages);
+          if (!read) return false;
+          category = read.Value();
+          // The builtin type is compared as written: no upper-casing, no alias.
+          const JsonMember<std::string> text(object, "type", messages);
+          if (!text) return false;
+          builtin = EnumConverter<BuiltinType>::Convert(text.Value());
+          return CheckEnum(builtin, "type", messages);
+        },
+        messages_);
+    if (!typeMember) return nullptr;
+
+    auto value = std::make_shared<ConstantValue>();
+    value->category = category;
+    const PrimitiveType primitive = PrimitiveOf(builtin);
+    const JsonValue* valueJson = FindMemberValue(json, "value", messages_);
+    if (valueJson == nullptr) return nullptr;
+    if (category.GetValue() == ConstantCategory::PRIMITIVE) {
+      constant->type = BuiltinTypeOf(builtin);
+      value->primitive_value = Primitive(*valueJson, primitive);
+      if (!value->primitive_value) return nullptr;
+    } else if (category.GetValue() == ConstantCategory::LIST) {
+      auto generic = std::make_shared<GenericInstantiation>();
+      generic->generic_type = GenericType::LIST;
+      generic->element_type = BuiltinTypeOf(builtin);
+      auto type = std::make_shared<Type>();
+      type->category = Category::GENERIC;
+      type->generic_instantiation = std::move(generic);
+      constant->type = std::move(type);
+      std::list<std::shared_ptr<const PrimitiveValue>> list;
+      const bool ok = JsonParseArray(
+          *valueJson, "value", list,
+          [&](const JsonValue& element, Messages&) { return Primitive(element, primitive); },
+          messages_);
+      if (!ok) return nullptr;
+      value->list_value = std::move(list);
+    } else {
+      return nullptr;
+    }
+    constant->value = std::move(value);
+    return constant;
+  }
+
+  // A primitive constant value; only the string form is accepted (others fail without a message).
+  std::shared_ptr<const PrimitiveValue> Primitive(const JsonValue& json,
+                                                  const PrimitiveType& type) {
+    if (type.GetValue() != PrimitiveType::STRING) return nullptr;
+    std::string text;
+    if (!JsonParseString(json, "value", text, messages_)) return nullptr;
+    auto value = std::make_shared<PrimitiveValue>();
+    value->type = type;
+    value->string_value = std::move(text);
+    return value;
+  }
+
+  // A type reference: builtin, user-defined or generic, nested without a depth limit of its own.
+  std::shared_ptr<const Type> TypeReference(const JsonValue& json) {
+    const JsonMember<Category> category(json, "category", ConvertCategory, messages_);
+    if (!category) return nullptr;
+    switch (category.Value().GetValue()) {
+      case Category::BUILTIN: {
+        const JsonMember<BuiltinType> builtin(json, "primitive_type", ConvertBuiltin, messages_);
+        return builtin ? BuiltinTypeOf(builtin.Value()) : nullptr;
+      }
+      case Category::USER_DEFINED: {
+        auto user = std::make_shared<UserDefinedType>();
+        if (!Text(json, "user_defined_type", user->resource_type) ||
+            !Text(json, "user_defined_type_name", user->resource_id)) {
+          return nullptr;
+        }
+        if (user->resource_type == "Structure") user->resource_type = "com.corvane.ostra.structure";
+        if (user->resource_type == "Enumeration") {
+          user->resource_type = "com.corvane.ostra.enumeration";
+        }
+        auto type = std::make_shared<Type>();
+        type->category = Category::USER_DEFINED;
+        type->user_defined_type = std::move(user);
+        return type;
+      }
+      case Category::GENERIC: {
+        auto generic = std::make_shared<GenericInstantiation>();
+        if (!Enumerated(json, "generic_type", generic->generic_type)) return nullptr;
+        switch (generic->generic_type.GetValue()) {
+          case GenericType::MAP:
+            if (!Object(json, "map_key_type", generic->map_key_type, &Reader::TypeReference) ||
+                !Object(json, "map_value_type", generic->map_value_type, &Reader::TypeReference)) {
+              return nullptr;
+            }
+            break;
+          case GenericType::LIST:
+          case GenericType::OPTIONAL:
+          case GenericType::SET:
+            if (!Object(json, "element_type", generic->element_type, &Reader::TypeReference)) {
+              return nullptr;
+            }
+            break;
+          default:
+            return nullptr;
+        }
+        auto type = std::make_shared<Type>();
+        type->category = Category::GENERIC;
+        type->generic_instantiation = std::move(generic);
+        return type;
+      }
+      default:
+        return nullptr;
+    }
+  }
+
+  // A metadata table: key to element map, each element a string or a list of strings. Later keys
+  // and elements replace earlier ones. Resource entries are reported as soon as they are stored.
+  bool Metadata(const JsonValue& json, MetadataTable& out) {
+    const JsonObjectMember<MetadataTable> table(
+        json, "metadata",
+        [this](const JsonValue& object, MetadataTable& entries, Messages& messages) {
+          for (const auto& entry : object.GetObject()) {
+            const std::string key = ValToString(entry.name);
+            if (!entry.value.IsObject()) {
+              AddMessage(messages, kInvalidFieldId, key);
+              return false;
+            }
+            auto elements = std::make_shared<ElementMap>();
+            for (const auto& element : entry.value.GetObject()) {
+              auto value = ElementOf(element.value, messages);
+              if (!value) return false;
+              elements->elements[ValToString(element.name)] = std::move(value);
+            }
+            entries[key] = elements;
+            if (key == Constants::RESOURCE) ResourceHook(*elements);
+          }
+          return true;
+        },
+        messages_);
+    if (table) out = table.Value();
+    return static_cast<bool>(table);
+  }
+
+  static std::shared_ptr<const ElementValue> ElementOf(const JsonValue& json, Messages& messages) {
+    auto value = std::make_shared<ElementValue>();
+    if (json.IsString()) {
+      value->type = ElementType::STRING;
+      value->string_value = ValToString(json);
+    } else if (json.IsArray()) {
+      std::list<std::string> strings;
+      if (!JsonParseArray(json, "value", strings, StringElement<>{"value"}, messages)) {
+        return nullptr;
+      }
+      value->type = ElementType::STRING_LIST;
+      value->list_value = std::move(strings);
+    } else {
+      AddMessage(messages, kInvalidFieldId, "ElementValue");
+      return nullptr;
+    }
+    return value;
+  }
+
+  // Reports the resources that a RESOURCE entry's element "value" names.
+  void ResourceHook(const ElementMap& entry) {
+    const auto it = entry.elements.find("value");
+    if (it == entry.elements.end()) return;
+    const ElementValue& value = *it->second;
+    const auto each = [this](const boost::optional<std::list<std::string>>& list) {
+      if (list) {
+        for (const auto& resource : *list)
+          callbacks_.resource(resource);
+      }
+    };
+    switch (value.type.GetValue()) {
+      case ElementType::STRING:
+        if (value.string_value) callbacks_.resource(*value.string_value);
+        break;
+      case ElementType::STRING_LIST:
+        each(value.list_value);
+        break;
+      case ElementType::STRUCTURE_REFERENCE:
+        if (value.structure_id) callbacks_.resource(*value.structure_id);
+        break;
+      case ElementType::STRUCTURE_REFERENCE_LIST:
+        each(value.structure_ids);
+        break;
+      default:
+        break;
+    }
+  }
+
+  // A structure marked MODEL is a model of the resources its "ModelKey" fields name. The first
+  // such field whose resource is not a single string ends the search.
+  void ModelHook(const StructureInfo& structure) {
+    if (structure.metadata.count(Constants::MODEL) == 0) return;
+    for (const auto& field : structure.fields) {
+      const auto resource = field->metadata.find(Constants::RESOURCE);
+      if (resource == field->metadata.end() || field->metadata.count("ModelKey") == 0) continue;
+      const auto value = resource->second->elements.find("value");
+      if (value == resource->second->elements.end()) return;
+      const ElementValue& element = *value->second;
+      if (element.type.GetValue() != ElementType::STRING || !element.string_value) return;
+      callbacks_.model(*element.string_value, structure.name);
+    }
+  }
+
+  // Member readers: each reads one member into `out` and answers whether it succeeded.
+  bool Text(const JsonValue& json, const char* name, std::string& out) {
+    JsonMember<std::string> member(json, name, messages_);
+    if (member) out = member.Take();
+    return static_cast<bool>(member);
+  }
+
+  template <class E>
+  bool Enumerated(const JsonValue& json, const char* name, E& out) {
+    const JsonMember<E> member(json, name, messages_);
+    if (member) out = member.Value();
+    return static_cast<bool>(member);
+  }
+
+  template <class Ptr, class Record>
+  bool Object(const JsonValue& json, const char* name, Ptr& out,
+              Record (Reader::*parse)(const JsonValue&)) {
+    JsonObjectMember<Ptr> member(
+        json, name,
+        [this, parse](const JsonValue& value, Messages&) { return (this->*parse)(value); },
+        messages_);
+    if (member) out = member.Take();
+    return static_cast<bool>(member);
+  }
+
+  // A list keeps document order; a map stores by name and keeps the first record of a name.
+  template <class Container, class Record>
+  bool Array(const JsonValue& json, const char* name, Container& out,
+             Record (Reader::*parse)(const JsonValue&)) {
+    JsonArrayMember<Container> member(
+        json, name,
+        [this, parse](const JsonValue& value, Messages&) { return (this->*parse)(value); },
+        messages_);
+    if (member) out = member.Take();
+    return static_cast<bool>(member);
+  }
+
+  const Callbacks& callbacks_;
+  Messages& messages_;
+};
+
+}  // namespace
+
+bool JsonMetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
+                                      Messages& messages) {
+  JsonDocument document;
+  ParseJson(in, document);
+  return LoadMetadataFromDoc(document, callbacks, messages);
+}
+
+bool JsonMetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
+                                             const RegisterCallbacks& callbacks,
+                                             Messages& messages) {
+  if (!CheckParsed(document, kParseErrorId, messages)) return false;
+  Reader reader(callbacks, messages);
+  std::shared_ptr<ComponentInfo> component;
+  const JsonObjectMember<void> root(
+      document, "metamodel",
+      [&](const JsonValue& metamodel, Messages& m) {
+        JsonObjectMember<std::shared_ptr<ComponentInfo>> read(
+            metamodel, "component",
+            [&](const JsonValue& json, Messages&) { return reader.Component(json); }, m);
+        if (read) component = read.Take();
+        return static_cast<bool>(read);
+      },
+      messages);
+  if (!root) return false;
+  callbacks.component(component);
+  return true;
+}
+
+}  // namespace Metamodel
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra
