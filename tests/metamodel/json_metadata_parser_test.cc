@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "metamodel/documents.h"
 #include "ostra/core/json.h"
 #include "test_messages.h"
 
@@ -16,34 +17,7 @@ using namespace Ostra::Provider::Metadata;
 using Ostra::Provider::Metadata::Metamodel::JsonMetadataParser;
 namespace Binding = Com::Corvane::Ostra::Metadata::Metamodel;
 using OstraTest::Expected;
-
-// Small document builders; every record gets all its required members.
-std::string Doc(const std::string& packages, const std::string& metadata = "{}") {
-  return R"({"metamodel":{"component":{"name":"comp","documentation":"d","metadata":)" + metadata +
-         R"(,"packages":[)" + packages + "]}}}";
-}
-std::string Package(const std::string& name, const std::string& structures = "",
-                    const std::string& services = "", const std::string& metadata = "{}") {
-  return R"({"name":")" + name + R"(","documentation":"","metadata":)" + metadata +
-         R"(,"enumerations":[],"structures":[)" + structures + R"(],"services":[)" + services +
-         "]}";
-}
-std::string Structure(const std::string& name, const std::string& fields,
-                      const std::string& metadata = "{}", const std::string& type = "STRUCTURE",
-                      const std::string& constants = "") {
-  return R"({"name":")" + name + R"(","type":")" + type + R"(","documentation":"","metadata":)" +
-         metadata + R"(,"enumerations":[],"constants":[)" + constants + R"(],"fields":[)" + fields +
-         "]}";
-}
-std::string Field(const std::string& name,
-                  const std::string& type = R"({"category":"BUILTIN","primitive_type":"STRING"})",
-                  const std::string& metadata = "{}") {
-  return R"({"name":")" + name + R"(","documentation":"","metadata":)" + metadata + R"(,"type":)" +
-         type + "}";
-}
-std::string Constant(const std::string& type, const std::string& value) {
-  return R"({"name":"K","documentation":"","type":)" + type + R"(,"value":)" + value + "}";
-}
+using namespace OstraTest::MetamodelDocs;
 
 // What one load reported, in the order the callbacks fired.
 struct Load {

@@ -1,0 +1,93 @@
+// JsonMetadataContainer: the Metamodel store over JSON sources.
+#pragma once
+
+#include <memory>
+
+#include "ostra/metamodel/json_metadata_parser.h"
+#include "ostra/metamodel/metadata_container.h"
+#include "ostra/metamodel/source_data.h"
+#include "ostra/provider/source_set.h"
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+namespace Metamodel {
+
+// How Metamodel sources are read and fingerprinted.
+struct MetamodelSources {
+  using SourceData = Metamodel::SourceData;
+  using CreateSpec = Binding::SourceSvc::CreateSpec;
+  static constexpr const char* kSourceExistsId = "ostra.metada.metamodel.source.exists";
+  static constexpr const char* kSourceNotFoundId = "ostra.metada.metamodel.source.not.found";
+  static constexpr const char* kSourceFileNotFoundId =
+      "ostra.metada.metamodel.source.file.not.found";
+
+  static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData& source) {
+    return source.spec;
+  }
+  static bool Parse(std::istream& in, SourceData& source, Messages& messages);
+  static bool ParseDocument(const JsonDocument& document, SourceData& source, Messages& messages);
+  static void Stamp(SourceData& source, const std::string& fingerprint);
+  static const std::string& SourceFingerprint(const SourceData& source) {
+    return source.fingerprint;
+  }
+};
+
+class JsonMetadataContainer final : public MetadataContainer {
+ public:
+  using Sources = SourceSet<MetamodelSources>;
+
+  // Loads a source from its spec's file, or from a parsed document (see SourceSet).
+  static std::shared_ptr<SourceData> LoadSource(
+      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec, ErrorPtr& error) {
+    return Sources::LoadSource(spec, error);
+  }
+  static std::shared_ptr<SourceData> LoadSource(
+      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec, ParsedMetadata& parsed,
+      ErrorPtr& error) {
+    return Sources::LoadSource(spec, parsed, error);
+  }
+
+  ErrorPtr CreateSource(const std::string& sourceId,
+                        const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) override;
+  ErrorPtr CreateSourceFromMetadata(
+      const std::string& sourceId, ParsedMetadata& parsed,
+      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) override;
+  ErrorPtr DeleteSource(const std::string& sourceId) override;
+  ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) override;
+  std::list<std::string> ListSources() const override;
+  std::shared_ptr<const Binding::SourceSvc::Info> SourcesInfo(
+      const std::string& sourceId) const override;
+  std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const override;
+  std::list<std::string> ListComponents() const override;
+  std::shared_ptr<const Binding::ComponentData> ComponentInfo(
+      const std::string& componentId) const override;
+  std::string ComponentFingerprint(const std::string& componentId) const override;
+  std::list<std::string> ListPackages() const override;
+  std::shared_ptr<const Binding::PackageInfo> PackageInfo(
+      const std::string& packageId) const override;
+  std::list<std::string> ListServices() const override;
+  std::shared_ptr<const Binding::ServiceInfo> ServiceInfo(
+      const std::string& serviceId) const override;
+  boost::optional<std::list<std::string>> ListOperations(
+      const std::string& serviceId) const override;
+  std::shared_ptr<const Binding::OperationInfo> OperationInfo(
+      const std::string& serviceId, const std::string& operationId) const override;
+  std::list<std::string> ListHiddens() const override;
+  std::list<std::string> ListEnumerations() const override;
+  std::shared_ptr<const Binding::EnumerationInfo> EnumerationInfo(
+      const std::string& enumerationId) const override;
+  std::list<std::string> ListStructures() const override;
+  std::shared_ptr<const Binding::StructureInfo> StructureInfo(
+      const std::string& structureId) const override;
+  std::set<std::string> ListResources() const override;
+  boost::optional<std::set<std::string>> ListModels(const std::string& resourceId) const override;
+
+ private:
+  Sources sources_;
+};
+
+}  // namespace Metamodel
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra

@@ -1,0 +1,78 @@
+// The frame every service adapter shares: one store call, then the result completed with the
+// value, or with a NotFound error holding one catalogue message when the store found nothing.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <boost/optional.hpp>
+
+#include "ostra/core/async_result.h"
+#include "ostra/provider/source_set.h"
+#include "ostra/std_bindings/errors.h"
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+
+// The base of every adapter: it holds the store (read-only) and nothing else, and makes a fresh
+// adapter per GetInstance call.
+template <class Impl, class Interface, class Container>
+class ServiceAdapter : public Interface {
+ public:
+  static std::shared_ptr<Impl> GetInstance(const std::shared_ptr<const Container>& container) {
+    return std::make_shared<Impl>(container);
+  }
+  explicit ServiceAdapter(std::shared_ptr<const Container> container)
+      : container_(std::move(container)) {}
+
+ protected:
+  std::shared_ptr<const Container> container_;
+};
+
+// What a store answers when it found nothing: null, an empty string, an empty optional.
+template <class T>
+bool IsAbsent(const std::shared_ptr<T>& value) {
+  return value == nullptr;
+}
+inline bool IsAbsent(const std::string& value) {
+  return value.empty();
+}
+
+// Completes `result` with `value`, or, when it is absent, with NotFound carrying the catalogue
+// message `id` filled with `args`.
+template <class T, class Value, class... Args>
+void CompleteOrNotFound(const AsyncResult<T>& result, const Value& value, const char* id,
+                        const Args&... args) {
+  if (IsAbsent(value)) {
+    result.error(MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(id, args...));
+  } else {
+    result(value);
+  }
+}
+
+template <class T, class... Args>
+void CompleteOrNotFound(const AsyncResult<T>& result, const boost::optional<T>& value,
+                        const char* id, const Args&... args) {
+  if (!value) {
+    result.error(MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(id, args...));
+  } else {
+    result(*value);
+  }
+}
+
+// A source mutation: an error completes the result; success leaves it uncompleted unless
+// `completeOnSuccess` (the Cli source service completes it with the empty value).
+inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& error,
+                             bool completeOnSuccess) {
+  if (error) {
+    result.error(error);
+  } else if (completeOnSuccess) {
+    result(Void());
+  }
+}
+
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra

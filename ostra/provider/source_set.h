@@ -1,0 +1,240 @@
+// SourceSet: the sources of one domain's store, by identifier, and every operation that manages
+// them. The three domain stores differ only in what a source index holds and how a document fills
+// it; that is told by a Domain traits class:
+//
+//   struct Domain {
+//     using SourceData = ...;   // constructible from the create spec; has `info`
+//     using CreateSpec = ...;   // SourceSvc::CreateSpec of the domain
+//     static constexpr const char* kSourceExistsId, kSourceNotFoundId, kSourceFileNotFoundId;
+//     static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData&);
+//     static bool Parse(std::istream&, SourceData&, Messages&);         // the domain parser
+//     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);
+//     static void Stamp(SourceData&, const std::string& fingerprint);   // all its fingerprints
+//     static const std::string& SourceFingerprint(const SourceData&);
+//   };
+//
+// One mutex guards the map. Every operation holds it for its whole run, except that creating a
+// source loads it without the lock (a later insert under the same id wins) and reloading holds it
+// while files are read. Source indexes are immutable once stored.
+#pragma once
+
+#include <fstream>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/optional.hpp>
+
+#include "ostra/core/crc32.h"
+#include "ostra/core/error_factory.h"
+#include "ostra/json/json_member.h"
+#include "ostra/provider/parsed_metadata.h"
+#include "ostra/std_bindings/errors.h"
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+
+using ErrorPtr = std::shared_ptr<const Data::ErrorValue>;
+
+// An error of kind E carrying one catalogue message.
+template <class E, class... Args>
+ErrorPtr MessageError(const char* id, const Args&... args) {
+  return Data::ErrorFactory::GetError<E>({MetadataMessage(id, args...)});
+}
+
+template <class Domain>
+class SourceSet {
+ public:
+  using SourceData = typename Domain::SourceData;
+  using CreateSpec = typename Domain::CreateSpec;
+  using SourcePtr = std::shared_ptr<const SourceData>;
+  using Entry = std::pair<const std::string, SourcePtr>;
+  using InfoPtr =
+      std::shared_ptr<const typename decltype(std::declval<SourceData>().info)::element_type>;
+
+  // Loads a source from the file its spec names. Null on failure, with `error` set.
+  static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
+                                                ErrorPtr& error) {
+    auto source = std::make_shared<SourceData>(spec);
+    if (!CheckFileType(*spec, error)) return nullptr;
+    // A spec without a path names no file that could be opened.
+    std::ifstream file;
+    if (spec->filepath) file.open(*spec->filepath, std::ios::binary);
+    if (!file.is_open()) {
+      error = MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(
+          Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));
+      return nullptr;
+    }
+    Messages messages;
+    if (!Domain::Parse(file, *source, messages)) {
+      error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(
+          std::move(messages));
+      return nullptr;
+    }
+    file.clear();
+    file.seekg(0);
+    Domain::Stamp(*source, CRC32(file).Hexdigest());
+    return source;
+  }
+
+  // Builds a source from a parsed document. A spec that is not of the file type gives null and
+  // leaves `error` untouched.
+  static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
+                                                ParsedMetadata& parsed, ErrorPtr& error) {
+    auto source = std::make_shared<SourceData>(spec);
+    if (spec->type.GetOrdinal() != 0) return nullptr;
+    Messages messages;
+    if (!parsed.document || !Domain::ParseDocument(*parsed.document, *source, messages)) {
+      error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(
+          std::move(messages));
+      return nullptr;
+    }
+    Domain::Stamp(*source, parsed.fingerprint);
+    return source;
+  }
+
+  ErrorPtr Create(const std::string& id, const std::shared_ptr<const CreateSpec>& spec) {
+    return Store(id, [&spec](ErrorPtr& error) { return LoadSource(spec, error); });
+  }
+
+  // A non-file spec stores the id without a source index; walks skip such entries.
+  ErrorPtr CreateFromMetadata(const std::string& id, ParsedMetadata& parsed,
+                              const std::shared_ptr<const CreateSpec>& spec) {
+    return Store(id, [&](ErrorPtr& error) { return LoadSource(spec, parsed, error); });
+  }
+
+  ErrorPtr Delete(const std::string& id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (sources_.erase(id) == 0) {
+      return MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(Domain::kSourceNotFoundId,
+                                                                      id);
+    }
+    return nullptr;
+  }
+
+  // Reloads every source, or the named one. Load failures are not reported: a source that fails
+  // keeps its data, and so does every source after it in the same reload, since the one error
+  // slot is shared. An unknown id answers NotFound with the "source exists" message.
+  ErrorPtr Reload(const boost::optional<std::string>& id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    Reloader reload;
+    if (!id) {
+      for (auto& entry : sources_)
+        reload(entry);
+      return nullptr;
+    }
+    const auto it = sources_.find(*id);
+    if (it == sources_.end()) {
+      return MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(Domain::kSourceExistsId, id);
+    }
+    reload(*it);
+    return nullptr;
+  }
+
+  std::list<std::string> List() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::list<std::string> ids;
+    for (const auto& entry : sources_)
+      ids.push_back(entry.first);
+    return ids;
+  }
+
+  InfoPtr Info(const std::string& id) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    const auto it = sources_.find(id);
+    if (it == sources_.end() || !it->second) return nullptr;
+    return it->second->info;
+  }
+
+  // CRC32 over the fingerprint texts of all sources in id order, or of the named one; "" for an
+  // unknown id.
+  std::string Fingerprint(const boost::optional<std::string>& id) const {
+    return Digest(id, &Domain::SourceFingerprint);
+  }
+
+  // CRC32 over the text `field` of every source (or of the named one), in id order.
+  template <class Field>
+  std::string Digest(const boost::optional<std::string>& id, Field field) const {
+    CRC32 crc;
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!id) {
+      for (const auto& entry : sources_) {
+        if (entry.second) crc.Update(field(*entry.second));
+      }
+      return crc.Hexdigest();
+    }
+    const auto it = sources_.find(*id);
+    if (it == sources_.end()) return std::string();
+    if (it->second) crc.Update(field(*it->second));
+    return crc.Hexdigest();
+  }
+
+  // Answers read(sources), the loaded sources in id order, under the lock: a query sees the
+  // store either before or after any source operation.
+  template <class Reader>
+  auto Read(Reader read) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<const SourceData*> sources;
+    sources.reserve(sources_.size());
+    for (const auto& entry : sources_) {
+      if (entry.second) sources.push_back(entry.second.get());
+    }
+    return read(static_cast<const std::vector<const SourceData*>&>(sources));
+  }
+
+ private:
+  // Applied to entries in order; replaces an entry's index only while no reload has failed.
+  struct Reloader {
+    ErrorPtr error;
+    void operator()(Entry& entry) {
+      if (!entry.second) return;
+      auto fresh = LoadSource(Domain::SpecOf(*entry.second), error);
+      if (!error && fresh) entry.second = std::move(fresh);
+    }
+  };
+
+  static bool CheckFileType(const CreateSpec& spec, ErrorPtr& error) {
+    using Com::Corvane::Ostra::Std::Errors::InvalidArgument;
+    using Com::Corvane::Ostra::Std::Errors::Unsupported;
+    switch (spec.type.GetOrdinal()) {
+      case 0:
+        return true;
+      case 1:
+        error = Data::ErrorFactory::GetError(Unsupported());
+        return false;
+      default:
+        error = Data::ErrorFactory::GetError(InvalidArgument());
+        return false;
+    }
+  }
+
+  // Checks the id, loads without the lock, stores under the lock (replacing a concurrent store).
+  template <class Load>
+  ErrorPtr Store(const std::string& id, Load load) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      if (sources_.count(id) != 0) {
+        return MessageError<Com::Corvane::Ostra::Std::Errors::AlreadyExists>(
+            Domain::kSourceExistsId, id);
+      }
+    }
+    ErrorPtr error;
+    auto source = load(error);
+    if (error) return error;
+    std::lock_guard<std::mutex> lock(mutex_);
+    sources_[id] = std::move(source);
+    return nullptr;
+  }
+
+  std::map<std::string, SourcePtr> sources_;  // guarded by mutex_
+  mutable std::mutex mutex_;
+};
+
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra
