@@ -1,0 +1,100 @@
+// Several threads create, delete, reload and query one store over real files. Run under
+// ThreadSanitizer in CI; here it also checks that nothing is lost or mixed up.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "metamodel/documents.h"
+#include "metamodel/test_store.h"
+#include "ostra/metamodel/services.h"
+
+namespace {
+
+using namespace OstraTest;
+using namespace OstraTest::MetamodelDocs;
+constexpr int kRounds = 60;
+
+std::string Text(const std::string& component) {
+  return NamedDoc(component, Package("p." + component, "", Service("s", Operation("op"))),
+                  R"({"Resource":{"value":"R"}})");
+}
+
+TEST_F(MetamodelStoreTest, ConcurrentSourceOperationsLoseNothing) {
+  // Each creator owns its ids: it keeps the odd rounds' sources and deletes the even ones.
+  const auto creator = [this](const std::string& prefix, std::vector<std::string> paths) {
+    for (int round = 0; round < kRounds; ++round) {
+      const std::string id = prefix + std::to_string(round);
+      const auto error = store_->CreateSource(id, FileSpec(paths[round]));
+      EXPECT_EQ(error, nullptr) << id;
+      const auto component = store_->ComponentInfo(id);
+      ASSERT_NE(component, nullptr) << id;
+      EXPECT_EQ(component->info->name, id);
+      if (round % 2 == 0) {
+        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
+      }
+    }
+  };
+  std::vector<std::string> pathsA, pathsB;
+  for (int round = 0; round < kRounds; ++round) {
+    pathsA.push_back(Write("a" + std::to_string(round), Text("a" + std::to_string(round))));
+    pathsB.push_back(Write("b" + std::to_string(round), Text("b" + std::to_string(round))));
+  }
+  // A shared source whose file is rewritten while others reload it.
+  const std::string shared = Write("shared", Text("shared"));
+  ASSERT_EQ(store_->CreateSource("shared", FileSpec(shared)), nullptr);
+
+  std::atomic<bool> done{false};
+  std::thread a(creator, "a", pathsA);
+  std::thread b(creator, "b", pathsB);
+  std::thread reloader([&] {
+    for (int round = 0; !done; ++round) {
+      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
+      EXPECT_EQ(store_->ReloadSource(std::string("shared")), nullptr);
+      if (round % 4 == 0) std::ofstream(shared, std::ios::trunc) << Text("shared");
+    }
+  });
+  std::thread querier([&] {
+    namespace Impl = Ostra::Provider::Metadata::Metamodel;
+    auto components = Impl::ComponentSvc::AsyncServiceImpl::GetInstance(store_);
+    while (!done) {
+      for (const auto& name : store_->ListComponents()) {
+        const auto data = store_->ComponentInfo(name);
+        if (data) {
+          EXPECT_EQ(data->info->name, name);
+        }
+      }
+      EXPECT_EQ(store_->SourceFingerprint(boost::none).size(), 8u);
+      EXPECT_EQ(store_->ListResources(), std::set<std::string>{"R"});
+      store_->OperationInfo("s", "op");
+      store_->ListEnumerations();
+      components->List(nullptr, Ostra::AsyncResult<std::list<std::string>>(
+                                    [](const auto&, const auto&, const auto&, const auto&) {}));
+    }
+  });
+  a.join();
+  b.join();
+  done = true;
+  reloader.join();
+  querier.join();
+
+  std::set<std::string> expected{"shared"};
+  for (int round = 1; round < kRounds; round += 2) {
+    expected.insert("a" + std::to_string(round));
+    expected.insert("b" + std::to_string(round));
+  }
+  const auto listed = store_->ListSources();
+  EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()), expected);
+  EXPECT_EQ(listed.size(), expected.size());
+  for (const auto& id : expected) {
+    ASSERT_NE(store_->ComponentInfo(id), nullptr) << id;
+    EXPECT_EQ(store_->ComponentFingerprint(id), Crc(Text(id))) << id;
+  }
+}
+
+}  // namespace
