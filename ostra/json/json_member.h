@@ -242,19 +242,39 @@ class JsonOptMember<boost::optional<std::string>, Ids>
   }
 };
 
+namespace Detail {
+
+// Reads an object member with `fill`; an absent member is a failure only when it is required.
+template <class Ids, class T, class Fill>
+bool ReadObjectMember(const JsonValue& object, const char* name, bool required, T& value,
+                      Fill& fill, Messages& messages) {
+  const JsonValue* member = FindMemberValue(object, name, messages);
+  if (member == nullptr) return !required;
+  if (!member->IsObject()) {
+    AddMessage(messages, Ids::kInvalidField, name);
+    return false;
+  }
+  return ApplyObject(*member, value, fill, messages);
+}
+
+// Reads an array member element by element; an absent member is a failure only when required.
+template <class Ids, class C, class ElementParser>
+bool ReadArrayMember(const JsonValue& object, const char* name, bool required, C& value,
+                     ElementParser& parse, Messages& messages) {
+  const JsonValue* member = FindMemberValue(object, name, messages);
+  if (member == nullptr) return !required;
+  return JsonParseArray<C, ElementParser&, Ids>(*member, name, value, parse, messages);
+}
+
+}  // namespace Detail
+
 // A required object member, read by `fill`. JsonObjectMember<void> only reports success.
 template <class T, class Ids = JsonIds>
 class JsonObjectMember : public JsonReading<T> {
  public:
   template <class Fill>
   JsonObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
-    const JsonValue* member = FindMemberValue(object, name, messages);
-    if (member == nullptr) return;
-    if (!member->IsObject()) {
-      AddMessage(messages, Ids::kInvalidField, name);
-      return;
-    }
-    this->ok_ = Detail::ApplyObject(*member, this->value_, fill, messages);
+    this->ok_ = Detail::ReadObjectMember<Ids>(object, name, true, this->value_, fill, messages);
   }
 };
 
@@ -263,10 +283,9 @@ class JsonObjectMember<void, Ids> {
  public:
   template <class Fill>
   JsonObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
-    JsonObjectMember<bool, Ids> member(
-        object, name,
-        [&fill](const JsonValue& value, Messages& m) -> bool { return fill(value, m); }, messages);
-    ok_ = static_cast<bool>(member);
+    bool filled = false;
+    auto check = [&fill](const JsonValue& value, Messages& m) -> bool { return fill(value, m); };
+    ok_ = Detail::ReadObjectMember<Ids>(object, name, true, filled, check, messages);
   }
   explicit operator bool() const { return ok_; }
 
@@ -280,15 +299,7 @@ class JsonOptObjectMember : public JsonReading<Map> {
  public:
   template <class Fill>
   JsonOptObjectMember(const JsonValue& object, const char* name, Fill fill, Messages& messages) {
-    const JsonValue* member = FindMemberValue(object, name, messages);
-    this->ok_ = true;
-    if (member == nullptr) return;
-    if (!member->IsObject()) {
-      AddMessage(messages, Ids::kInvalidField, name);
-      this->ok_ = false;
-      return;
-    }
-    this->ok_ = Detail::ApplyObject(*member, this->value_, fill, messages);
+    this->ok_ = Detail::ReadObjectMember<Ids>(object, name, false, this->value_, fill, messages);
   }
 };
 
@@ -299,9 +310,7 @@ class JsonArrayMember : public JsonReading<C> {
   template <class ElementParser>
   JsonArrayMember(const JsonValue& object, const char* name, ElementParser parse,
                   Messages& messages) {
-    const JsonValue* member = FindMemberValue(object, name, messages);
-    if (member == nullptr) return;
-    this->ok_ = JsonParseArray<C, ElementParser, Ids>(*member, name, this->value_, parse, messages);
+    this->ok_ = Detail::ReadArrayMember<Ids>(object, name, true, this->value_, parse, messages);
   }
 };
 
@@ -312,10 +321,7 @@ class JsonOptArrayMember : public JsonReading<C> {
   template <class ElementParser>
   JsonOptArrayMember(const JsonValue& object, const char* name, ElementParser parse,
                      Messages& messages) {
-    const JsonValue* member = FindMemberValue(object, name, messages);
-    this->ok_ = true;
-    if (member == nullptr) return;
-    this->ok_ = JsonParseArray<C, ElementParser, Ids>(*member, name, this->value_, parse, messages);
+    this->ok_ = Detail::ReadArrayMember<Ids>(object, name, false, this->value_, parse, messages);
   }
 };
 

@@ -30,7 +30,7 @@ class SourceData {
 
   // The spec the source was created from; a reload loads from it again.
   std::shared_ptr<const Binding::SourceSvc::CreateSpec> spec;
-  // What the source service's Get reports: the spec's fields.
+  // What the source service's Get reports: the fields of its create spec.
   std::shared_ptr<Binding::SourceSvc::Info> info;
   std::map<std::string, std::shared_ptr<const Binding::ComponentInfo>> components;
   // Resource identifier to the names of its model structures.

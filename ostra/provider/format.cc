@@ -128,7 +128,7 @@ bool PrintInteger(std::ostream& out, const std::string& format, const Conversion
   return false;
 }
 
-// A number with a non-empty spec; false when the spec makes no valid format for it.
+// A number with a non-empty spec; false when that spec makes no valid format for it.
 bool WriteNumber(std::ostream& out, string_view spec, const char* suffix, std::int64_t value) {
   const bool endsInLetter = std::isalpha(static_cast<unsigned char>(spec.back())) != 0;
   const std::string format = BuildCFormat(spec, endsInLetter ? "" : suffix);

@@ -7,7 +7,7 @@
 //     takes the argument at the counter; the counter advances after every placeholder;
 //   - an index past the arguments stops the output there and reports error value 3 of
 //     Ostra::GetFormatCategory().
-// Each argument type formats itself with the spec (see formatter below). Bad formats never throw.
+// Each argument type formats itself with its spec (see formatter below). Bad formats never throw.
 #pragma once
 
 #include <array>
@@ -29,7 +29,7 @@ using string_view = boost::basic_string_view<char, std::char_traits<char>>;
 // std::string, int, unsigned long and boost::optional<std::string> (`value` points to the object).
 //
 // A non-empty spec is used as a C format: "%" + spec + "s" for strings, "%" + spec + "d" for int
-// and "%" + spec + "lu" for unsigned long (no suffix when the spec ends in a letter), built in a
+// and "%" + spec + "lu" for unsigned long (no suffix when a spec ends in a letter), built in a
 // 16-byte buffer, so a spec longer than 13 characters is cut. A spec that does not make a valid
 // format for the argument (several conversions, "*", "%n", a conversion of another type) is ignored
 // and the argument is written as with an empty spec.
