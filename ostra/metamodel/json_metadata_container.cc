@@ -133,40 +133,6 @@ void MetamodelSources::Stamp(SourceData& source, const std::string& fingerprint)
   source.componentFingerprint = fingerprint;
 }
 
-ErrorPtr JsonMetadataContainer::CreateSource(
-    const std::string& sourceId,
-    const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) {
-  return sources_.Create(sourceId, spec);
-}
-
-ErrorPtr JsonMetadataContainer::CreateSourceFromMetadata(
-    const std::string& sourceId, ParsedMetadata& parsed,
-    const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) {
-  return sources_.CreateFromMetadata(sourceId, parsed, spec);
-}
-
-ErrorPtr JsonMetadataContainer::DeleteSource(const std::string& sourceId) {
-  return sources_.Delete(sourceId);
-}
-
-ErrorPtr JsonMetadataContainer::ReloadSource(const boost::optional<std::string>& sourceId) {
-  return sources_.Reload(sourceId);
-}
-
-std::list<std::string> JsonMetadataContainer::ListSources() const {
-  return sources_.List();
-}
-
-std::shared_ptr<const Binding::SourceSvc::Info> JsonMetadataContainer::SourcesInfo(
-    const std::string& sourceId) const {
-  return sources_.Info(sourceId);
-}
-
-std::string JsonMetadataContainer::SourceFingerprint(
-    const boost::optional<std::string>& sourceId) const {
-  return sources_.Fingerprint(sourceId);
-}
-
 std::list<std::string> JsonMetadataContainer::ListComponents() const {
   return sources_.Read([](const Loaded& sources) {
     std::list<std::string> names;

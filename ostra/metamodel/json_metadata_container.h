@@ -33,32 +33,8 @@ struct MetamodelSources {
   }
 };
 
-class JsonMetadataContainer final : public MetadataContainer {
+class JsonMetadataContainer final : public SourceStore<MetadataContainer, MetamodelSources> {
  public:
-  using Sources = SourceSet<MetamodelSources>;
-
-  // Loads a source from its spec's file, or from a parsed document (see SourceSet).
-  static std::shared_ptr<SourceData> LoadSource(
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec, ErrorPtr& error) {
-    return Sources::LoadSource(spec, error);
-  }
-  static std::shared_ptr<SourceData> LoadSource(
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec, ParsedMetadata& parsed,
-      ErrorPtr& error) {
-    return Sources::LoadSource(spec, parsed, error);
-  }
-
-  ErrorPtr CreateSource(const std::string& sourceId,
-                        const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) override;
-  ErrorPtr CreateSourceFromMetadata(
-      const std::string& sourceId, ParsedMetadata& parsed,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) override;
-  ErrorPtr DeleteSource(const std::string& sourceId) override;
-  ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) override;
-  std::list<std::string> ListSources() const override;
-  std::shared_ptr<const Binding::SourceSvc::Info> SourcesInfo(
-      const std::string& sourceId) const override;
-  std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const override;
   std::list<std::string> ListComponents() const override;
   std::shared_ptr<const Binding::ComponentData> ComponentInfo(
       const std::string& componentId) const override;
@@ -82,9 +58,6 @@ class JsonMetadataContainer final : public MetadataContainer {
       const std::string& structureId) const override;
   std::set<std::string> ListResources() const override;
   boost::optional<std::set<std::string>> ListModels(const std::string& resourceId) const override;
-
- private:
-  Sources sources_;
 };
 
 }  // namespace Metamodel

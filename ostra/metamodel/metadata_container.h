@@ -32,8 +32,8 @@ class MetadataContainer {
   static std::shared_ptr<MetadataContainer> GetInstance();
 
   // Source operations answer null on success, the error otherwise; a failure changes nothing.
-  // Loads the file that `spec` names as source `sourceId`. AlreadyExists for a taken id, NotFound when the
-  // file cannot be opened, InvalidArgument with the parser's messages for a bad document,
+  // Loads the file that `spec` names as source `sourceId`. AlreadyExists for a taken id, NotFound
+  // when the file cannot be opened, InvalidArgument with the parser's messages for a bad document,
   // Unsupported for a remote spec.
   virtual ErrorPtr CreateSource(
       const std::string& sourceId,

@@ -109,41 +109,6 @@ void AsyncServiceImpl::List(const std::string& resourceId, const Activation&,
 }  // namespace ModelSvc
 }  // namespace Resource
 
-namespace SourceSvc {
-constexpr const char* kNotFound = "ostra.metada.metamodel.source.not.found";
-
-// The store guards its own source operations; the adapter holds the read-only handle that every
-// adapter holds, over a store that was never created const.
-void AsyncServiceImpl::Create(const std::string& sourceId,
-                              const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec,
-                              const Activation&, const AsyncResult<Void>& result) {
-  const auto store = std::const_pointer_cast<MetadataContainer>(container_);
-  CompleteMutation(result, store->CreateSource(sourceId, spec), false);
-}
-void AsyncServiceImpl::Delete(const std::string& sourceId, const Activation&,
-                              const AsyncResult<Void>& result) {
-  const auto store = std::const_pointer_cast<MetadataContainer>(container_);
-  CompleteMutation(result, store->DeleteSource(sourceId), false);
-}
-void AsyncServiceImpl::Get(
-    const std::string& sourceId, const Activation&,
-    const AsyncResult<std::shared_ptr<const Binding::SourceSvc::Info>>& result) {
-  CompleteOrNotFound(result, container_->SourcesInfo(sourceId), kNotFound, sourceId);
-}
-void AsyncServiceImpl::List(const Activation&, const AsyncResult<Names>& result) {
-  result(container_->ListSources());
-}
-void AsyncServiceImpl::Reload(const boost::optional<std::string>& sourceId, const Activation&,
-                              const AsyncResult<Void>& result) {
-  const auto store = std::const_pointer_cast<MetadataContainer>(container_);
-  CompleteMutation(result, store->ReloadSource(sourceId), false);
-}
-void AsyncServiceImpl::Fingerprint(const boost::optional<std::string>& sourceId, const Activation&,
-                                   const AsyncResult<std::string>& result) {
-  CompleteOrNotFound(result, container_->SourceFingerprint(sourceId), kNotFound, sourceId);
-}
-}  // namespace SourceSvc
-
 }  // namespace Metamodel
 }  // namespace Metadata
 }  // namespace Provider

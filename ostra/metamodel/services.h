@@ -173,30 +173,19 @@ class AsyncServiceImpl final
 
 namespace SourceSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::SourceSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Domain {
+  using Interface = Binding::SourceSvc::AsyncServiceInterface;
+  using Container = Metamodel::MetadataContainer;
+  using CreateSpec = Binding::SourceSvc::CreateSpec;
+  using Info = Binding::SourceSvc::Info;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.source.not.found";
+  // Success of a mutation is signalled by leaving the result uncompleted.
+  static constexpr bool kCompleteOnSuccess = false;
+};
 
-  void Create(const std::string& sourceId,
-              const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec,
-              const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-              const Ostra::AsyncResult<Ostra::Void>& result) override;
-  void Delete(const std::string& sourceId,
-              const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-              const Ostra::AsyncResult<Ostra::Void>& result) override;
-  void Get(
-      const std::string& sourceId, const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::SourceSvc::Info>>& result) override;
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Reload(const boost::optional<std::string>& sourceId,
-              const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-              const Ostra::AsyncResult<Ostra::Void>& result) override;
-  void Fingerprint(const boost::optional<std::string>& sourceId,
-                   const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-                   const Ostra::AsyncResult<std::string>& result) override;
+class AsyncServiceImpl final : public SourceServiceAdapter<AsyncServiceImpl, Domain> {
+ public:
+  using SourceServiceAdapter::SourceServiceAdapter;
 };
 
 }  // namespace SourceSvc

@@ -2,6 +2,7 @@
 // value, or with a NotFound error holding one catalogue message when the store found nothing.
 #pragma once
 
+#include <list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -72,6 +73,52 @@ inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& er
     result(Void());
   }
 }
+
+// The source service of a domain: create, delete, get, list, reload and fingerprint its sources.
+// Domain tells the types (Interface, Container, CreateSpec, Info), the not-found message id and
+// whether a successful mutation completes its result.
+template <class Impl, class Domain>
+class SourceServiceAdapter
+    : public ServiceAdapter<Impl, typename Domain::Interface, typename Domain::Container> {
+ public:
+  using Activation = std::shared_ptr<Core::AsyncActivation>;
+  using ServiceAdapter<Impl, typename Domain::Interface,
+                       typename Domain::Container>::ServiceAdapter;
+
+  void Create(const std::string& sourceId,
+              const std::shared_ptr<const typename Domain::CreateSpec>& spec, const Activation&,
+              const AsyncResult<Void>& result) override {
+    CompleteMutation(result, Store()->CreateSource(sourceId, spec), Domain::kCompleteOnSuccess);
+  }
+  void Delete(const std::string& sourceId, const Activation&,
+              const AsyncResult<Void>& result) override {
+    CompleteMutation(result, Store()->DeleteSource(sourceId), Domain::kCompleteOnSuccess);
+  }
+  void Get(const std::string& sourceId, const Activation&,
+           const AsyncResult<std::shared_ptr<const typename Domain::Info>>& result) override {
+    CompleteOrNotFound(result, this->container_->SourcesInfo(sourceId), Domain::kNotFoundId,
+                       sourceId);
+  }
+  void List(const Activation&, const AsyncResult<std::list<std::string>>& result) override {
+    result(this->container_->ListSources());
+  }
+  void Reload(const boost::optional<std::string>& sourceId, const Activation&,
+              const AsyncResult<Void>& result) override {
+    CompleteMutation(result, Store()->ReloadSource(sourceId), Domain::kCompleteOnSuccess);
+  }
+  void Fingerprint(const boost::optional<std::string>& sourceId, const Activation&,
+                   const AsyncResult<std::string>& result) override {
+    CompleteOrNotFound(result, this->container_->SourceFingerprint(sourceId), Domain::kNotFoundId,
+                       sourceId);
+  }
+
+ private:
+  // The store guards its own source operations; adapters hold the read-only handle that every
+  // adapter holds, over a store that was never created const.
+  std::shared_ptr<typename Domain::Container> Store() const {
+    return std::const_pointer_cast<typename Domain::Container>(this->container_);
+  }
+};
 
 }  // namespace Metadata
 }  // namespace Provider

@@ -235,6 +235,49 @@ class SourceSet {
   mutable std::mutex mutex_;
 };
 
+// Implements the source operations of a domain's store interface over a SourceSet; the domain's
+// store derives from it and adds its queries, which read `sources_`.
+template <class Interface, class Domain>
+class SourceStore : public Interface {
+ public:
+  using Sources = SourceSet<Domain>;
+  using CreateSpec = typename Domain::CreateSpec;
+  using SourceData = typename Domain::SourceData;
+
+  // Loads a source from its spec's file, or from a parsed document (see SourceSet).
+  static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
+                                                ErrorPtr& error) {
+    return Sources::LoadSource(spec, error);
+  }
+  static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
+                                                ParsedMetadata& parsed, ErrorPtr& error) {
+    return Sources::LoadSource(spec, parsed, error);
+  }
+
+  ErrorPtr CreateSource(const std::string& sourceId,
+                        const std::shared_ptr<const CreateSpec>& spec) override {
+    return sources_.Create(sourceId, spec);
+  }
+  ErrorPtr CreateSourceFromMetadata(const std::string& sourceId, ParsedMetadata& parsed,
+                                    const std::shared_ptr<const CreateSpec>& spec) override {
+    return sources_.CreateFromMetadata(sourceId, parsed, spec);
+  }
+  ErrorPtr DeleteSource(const std::string& sourceId) override { return sources_.Delete(sourceId); }
+  ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) override {
+    return sources_.Reload(sourceId);
+  }
+  std::list<std::string> ListSources() const override { return sources_.List(); }
+  typename Sources::InfoPtr SourcesInfo(const std::string& sourceId) const override {
+    return sources_.Info(sourceId);
+  }
+  std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const override {
+    return sources_.Fingerprint(sourceId);
+  }
+
+ protected:
+  Sources sources_;
+};
+
 }  // namespace Metadata
 }  // namespace Provider
 }  // namespace Ostra

@@ -1,0 +1,57 @@
+// JsonMetadataContainer: the Authentication store over JSON sources.
+#pragma once
+
+#include <memory>
+
+#include "ostra/authentication/json_metadata_parser.h"
+#include "ostra/authentication/metadata_container.h"
+#include "ostra/authentication/source_data.h"
+#include "ostra/provider/source_set.h"
+
+namespace Ostra {
+namespace Provider {
+namespace Metadata {
+namespace Authentication {
+
+// How Authentication sources are read and fingerprinted.
+struct AuthenticationSources {
+  using SourceData = Authentication::SourceData;
+  using CreateSpec = Binding::SourceSvc::CreateSpec;
+  static constexpr const char* kSourceExistsId = "ostra.metada.authentication.source.exists";
+  static constexpr const char* kSourceNotFoundId = "ostra.metada.authentication.source.not.found";
+  static constexpr const char* kSourceFileNotFoundId =
+      "ostra.metada.authentication.source.file.not.found";
+
+  static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData& source) {
+    return source.createSpec;
+  }
+  static bool Parse(std::istream& in, SourceData& source, Messages& messages);
+  static bool ParseDocument(const JsonDocument& document, SourceData& source, Messages& messages);
+  static void Stamp(SourceData& source, const std::string& fingerprint);
+  static const std::string& SourceFingerprint(const SourceData& source) {
+    return source.sourceFingerprint;
+  }
+};
+
+class JsonMetadataContainer final : public SourceStore<MetadataContainer, AuthenticationSources> {
+ public:
+  std::list<std::string> ListComponents() const override;
+  std::shared_ptr<const Binding::ComponentData> ComponentInfo(
+      const std::string& componentName) const override;
+  std::string ComponentFingerprint(const std::string& componentName) const override;
+  std::list<std::string> ListPackages() const override;
+  std::shared_ptr<const Binding::PackageInfo> PackageInfo(
+      const std::string& packageId) const override;
+  std::list<std::string> ListServices() const override;
+  std::shared_ptr<const Binding::ServiceInfo> ServiceInfo(
+      const std::string& serviceId) const override;
+  boost::optional<std::list<std::string>> ListOperations(
+      const std::string& serviceId) const override;
+  std::shared_ptr<const Binding::OperationInfo> OperationInfo(
+      const std::string& serviceId, const std::string& operationName) const override;
+};
+
+}  // namespace Authentication
+}  // namespace Metadata
+}  // namespace Provider
+}  // namespace Ostra
