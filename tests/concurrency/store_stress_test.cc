@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "metamodel/documents.h"
-#include "metamodel/test_store.h"
+#include "test_store.h"
 #include "ostra/metamodel/services.h"
 
 namespace {

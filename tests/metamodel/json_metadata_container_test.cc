@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "metamodel/documents.h"
-#include "metamodel/test_store.h"
+#include "test_store.h"
 
 namespace {
 

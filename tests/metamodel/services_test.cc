@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "metamodel/documents.h"
-#include "metamodel/test_store.h"
+#include "test_store.h"
 #include "ostra/core/json.h"
 #include "ostra/std_bindings/service_binding.h"
 

@@ -1,4 +1,4 @@
-// A temporary folder of source files and a Metamodel store to load them into.
+// Temporary source files, and a store of a domain to load them into.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,11 +23,12 @@ inline std::string Crc(const std::string& text) {
   return crc.Hexdigest();
 }
 
-inline std::shared_ptr<const MetamodelBinding::SourceSvc::CreateSpec> FileSpec(
-    const std::string& path) {
-  auto spec = std::make_shared<MetamodelBinding::SourceSvc::CreateSpec>();
+// A file source spec of any domain (Metamodel by default).
+template <class Spec = MetamodelBinding::SourceSvc::CreateSpec>
+std::shared_ptr<const Spec> FileSpec(const std::string& path) {
+  auto spec = std::make_shared<Spec>();
   spec->description = "test source";
-  spec->type = MetamodelBinding::SourceSvc::SourceType::FILE;
+  spec->type = decltype(spec->type)(decltype(spec->type)::FILE);
   spec->filepath = path;
   return spec;
 }
@@ -42,7 +43,8 @@ inline std::string OnlyMessage(const Ostra::Data::ErrorValue& error) {
   return text;
 }
 
-class MetamodelStoreTest : public testing::Test {
+// Files written by a test, removed when it ends.
+class TempFilesTest : public testing::Test {
  protected:
   // Writes `text` to a file of this test and answers its path.
   std::string Write(const std::string& name, const std::string& text) {
@@ -53,21 +55,31 @@ class MetamodelStoreTest : public testing::Test {
     written_.push_back(path);
     return path;
   }
-  // Writes and loads `text` as source `id`; the test fails if it does not load.
-  std::string Add(const std::string& id, const std::string& text) {
-    const std::string path = Write(id, text);
-    const auto error = store_->CreateSource(id, FileSpec(path));
-    EXPECT_EQ(error, nullptr) << (error ? OnlyMessage(*error) : "");
-    return path;
-  }
   void TearDown() override {
     for (const auto& path : written_)
       std::remove(path.c_str());
   }
 
-  std::shared_ptr<Ostra::Provider::Metadata::Metamodel::MetadataContainer> store_ =
-      Ostra::Provider::Metadata::Metamodel::MetadataContainer::GetInstance();
+ private:
   std::vector<std::string> written_;
 };
+
+// A store of one domain over temporary files.
+template <class Container, class Spec>
+class StoreTest : public TempFilesTest {
+ protected:
+  // Writes and loads `text` as source `id`; the test fails if it does not load.
+  std::string Add(const std::string& id, const std::string& text) {
+    const std::string path = Write(id, text);
+    const auto error = store_->CreateSource(id, FileSpec<Spec>(path));
+    EXPECT_EQ(error, nullptr) << (error ? OnlyMessage(*error) : "");
+    return path;
+  }
+
+  std::shared_ptr<Container> store_ = Container::GetInstance();
+};
+
+using MetamodelStoreTest = StoreTest<Ostra::Provider::Metadata::Metamodel::MetadataContainer,
+                                     MetamodelBinding::SourceSvc::CreateSpec>;
 
 }  // namespace OstraTest

@@ -1,0 +1,217 @@
+#include "ostra/authentication/json_metadata_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "test_messages.h"
+
+namespace {
+
+using namespace Ostra::Provider::Metadata;
+using Ostra::Provider::Metadata::Authentication::JsonMetadataParser;
+namespace Binding = Com::Corvane::Ostra::Metadata::Authentication;
+using SchemeType = Binding::AuthenticationInfoEnumerations::SchemeType;
+using OstraTest::Expected;
+
+struct Load {
+  bool ok = false;
+  std::map<std::string, std::shared_ptr<Binding::ComponentInfo>> components;
+  std::vector<std::string> order;
+  Messages messages;
+};
+
+Load LoadText(const std::string& text) {
+  Load load;
+  std::istringstream in(text);
+  load.ok = JsonMetadataParser::LoadMetadata(
+      in,
+      [&load](const std::string& name, const std::shared_ptr<Binding::ComponentInfo>& component) {
+        load.order.push_back(name);
+        load.components[name] = component;
+      },
+      load.messages);
+  return load;
+}
+
+// A document whose "component" has the given members after its name.
+std::string Component(const std::string& members) {
+  return R"({"authentication":{"component":{"name":"c")" + (members.empty() ? "" : "," + members) +
+         "}}}";
+}
+
+const std::string kSchemes =
+    R"("schemes":{"key":{"authenticationScheme":"api_key","type":"SESSIONLESS"},)"
+    R"("token":{"authenticationScheme":"session","type":"sessionaware","sessionManager":"m"}})";
+
+TEST(AuthenticationParser, LoadsTheBundledExample) {
+  std::ifstream file(OSTRA_EXAMPLES_DIR "/authentication.json");
+  std::stringstream text;
+  text << file.rdbuf();
+  const Load load = LoadText(text.str());
+  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  EXPECT_EQ(load.order,
+            (std::vector<std::string>{"com.larkspur.fleet.product", "com.larkspur.fleet"}));
+  const auto& packages = load.components.at("com.larkspur.fleet")->packages;
+  ASSERT_EQ(packages.size(), 3u);
+  // Operations join the listed service; an unlisted service and package are generated.
+  const auto& registry = *packages.at("com.larkspur.fleet.vehicles")
+                              ->services.at("com.larkspur.fleet.vehicles.registry");
+  EXPECT_EQ(registry.schemes.size(), 2u);
+  EXPECT_EQ(registry.operations.size(), 2u);
+  const auto& telemetry = *packages.at("com.larkspur.fleet.telemetry");
+  EXPECT_TRUE(telemetry.schemes.empty());
+  const auto& readings = *telemetry.services.at("com.larkspur.fleet.telemetry.readings");
+  EXPECT_TRUE(readings.schemes.empty());
+  EXPECT_EQ(readings.operations.size(), 2u);
+  // Schemes are shared, not copied; a session-less scheme ignores its session manager.
+  const auto& register_schemes = registry.operations.at("register")->schemes;
+  EXPECT_EQ(register_schemes.front(), registry.schemes.back());
+  EXPECT_EQ(register_schemes.back()->schemeType.GetValue(), SchemeType::SESSIONLESS);
+  EXPECT_FALSE(register_schemes.back()->sessionManager);
+  EXPECT_EQ(*register_schemes.front()->sessionManager, "com.larkspur.security.session");
+}
+
+TEST(AuthenticationParser, FaultsAndTheirMessages) {
+  struct Case {
+    const char* what;
+    std::string text;
+    bool ok;
+    std::vector<std::string> registered;
+    std::vector<Expected> messages;
+  } const cases[] = {
+      {"syntax",
+       "{\"authentication\":",
+       false,
+       {},
+       {{"ostra.metadata.authentication.parse.error", {"3", "18"}}}},
+      {"no section", "{}", false, {}, {{kMissingFieldId, {"authentication"}}}},
+      {"section not an object",
+       R"({"authentication":[]})",
+       false,
+       {},
+       {{kInvalidFieldId, {"authentication"}}}},
+      {"neither product nor component",
+       R"({"authentication":{}})",
+       true,
+       {},
+       {{kMissingFieldId, {"product"}}, {kMissingFieldId, {"component"}}}},
+      {"failed product, good component",
+       R"({"authentication":{"product":{"schemes":{}},"component":{"name":"c"}}})",
+       true,
+       {"c"},
+       {{kMissingFieldId, {"name"}},
+        {kMissingFieldId, {"schemes"}},
+        {kMissingFieldId, {"operations"}},
+        {kMissingFieldId, {"services"}},
+        {kMissingFieldId, {"packages"}}}},
+      {"component not an object",
+       R"({"authentication":{"product":{"name":"p"},"component":7}})",
+       true,
+       {"p"},
+       {{kMissingFieldId, {"schemes"}},
+        {kMissingFieldId, {"operations"}},
+        {kMissingFieldId, {"services"}},
+        {kMissingFieldId, {"packages"}},
+        {kInvalidFieldId, {"component"}}}},
+      // The document fails only when both members are present and fail.
+      {"both fail",
+       R"({"authentication":{"product":{},"component":{"name":1}}})",
+       false,
+       {},
+       {{kMissingFieldId, {"name"}}, {kInvalidFieldId, {"name"}}}},
+      // From here on "product" is absent, which counts as read: the answer is true although the
+      // component fails and is not registered.
+      {"scheme list that is a string",
+       Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}}, {kInvalidFieldId, {"packages"}}}},
+      {"scheme list holding a number",
+       Component(kSchemes + R"(,"services":{"p.s":[1]})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}},
+        {kMissingFieldId, {"operations"}},
+        {kInvalidFieldId, {"packages"}}}},
+      {"unknown scheme",
+       Component(kSchemes + R"(,"packages":{"p":["key","nope"]})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}},
+        {kMissingFieldId, {"operations"}},
+        {kMissingFieldId, {"services"}},
+        {"ostra.metadata.authentication.json.unknown.schema.name", {"id"}}}},
+      {"session-aware scheme without a manager",
+       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"SESSION_AWARE"}})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}}, {kMissingFieldId, {"sessionManager"}}}},
+      {"unknown scheme type",
+       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"kerberos"}})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}}, {kInvalidEnumValueId, {"type"}}}},
+      {"operation id without a dot",
+       Component(kSchemes + R"(,"operations":{"op":[]})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}},
+        {"ostra.metadata.authentication.json.invalid.operation.id", {"op"}}}},
+      {"service id ending in a dot",
+       Component(kSchemes + R"(,"services":{"p.":[]})"),
+       true,
+       {},
+       {{kMissingFieldId, {"product"}},
+        {kMissingFieldId, {"operations"}},
+        {"ostra.metadata.authentication.json.invalid.service.id", {"p."}}}},
+      // A single-dot operation gives a dotless service id: that service cannot be made, the
+      // component is still registered without it.
+      {"dotless service of an operation",
+       Component(kSchemes + R"(,"operations":{"s.o":[]})"),
+       true,
+       {"c"},
+       {{kMissingFieldId, {"product"}},
+        {kMissingFieldId, {"services"}},
+        {"ostra.metadata.authentication.json.invalid.service.id", {"s"}},
+        {kMissingFieldId, {"packages"}}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Load load = LoadText(c.text);
+    EXPECT_EQ(load.ok, c.ok);
+    EXPECT_EQ(load.order, c.registered);
+    EXPECT_MESSAGES(load.messages, c.messages);
+  }
+  EXPECT_EQ(Ostra::Provider::Metadata::MetadataMessage::DefaultMessageForId(
+                "ostra.metadata.authentication.json.invalid.service.id"),
+            "Unknown message.");
+}
+
+TEST(AuthenticationParser, PoolsAttachOperationsAndServices) {
+  const Load load = LoadText(Component(
+      kSchemes + R"(,"operations":{"a.b.s.get":["key"],"a.b.s.get":["token"],"x.y.list":[]},)"
+                 R"("services":{"a.b.s":["token"],"a.b.s":["key"]},)"
+                 R"("packages":{"a.b":["key"],"q":[]})"));
+  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  const auto& packages = load.components.at("c")->packages;
+  ASSERT_EQ(packages.size(), 3u);
+  // The first service member takes the operations; the first operation of a name wins.
+  const auto& service = *packages.at("a.b")->services.at("a.b.s");
+  ASSERT_EQ(service.operations.size(), 1u);
+  EXPECT_EQ(service.operations.at("get")->schemes.front()->scheme, "api_key");
+  EXPECT_EQ(service.schemes.front()->scheme, "session");
+  EXPECT_TRUE(packages.at("q")->services.empty());
+  EXPECT_EQ(packages.at("x")->services.at("x.y")->operations.count("list"), 1u);
+
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn("a.b.c"),
+            std::make_pair(std::string("a.b"), std::string("c")));
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn("abc"),
+            std::make_pair(std::string(), std::string("abc")));
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn(".x"), std::make_pair(std::string(), std::string("x")));
+}
+
+}  // namespace
