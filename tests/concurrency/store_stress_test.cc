@@ -11,8 +11,9 @@
 #include <vector>
 
 #include "metamodel/documents.h"
-#include "test_store.h"
+#include "ostra/authentication/json_metadata_container.h"
 #include "ostra/metamodel/services.h"
+#include "test_store.h"
 
 namespace {
 
@@ -95,6 +96,66 @@ TEST_F(MetamodelStoreTest, ConcurrentSourceOperationsLoseNothing) {
     ASSERT_NE(store_->ComponentInfo(id), nullptr) << id;
     EXPECT_EQ(store_->ComponentFingerprint(id), Crc(Text(id))) << id;
   }
+}
+
+}  // namespace
+
+namespace {
+
+namespace Auth = Ostra::Provider::Metadata::Authentication;
+using AuthSpec = Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec;
+using AuthenticationStoreTest = OstraTest::StoreTest<Auth::MetadataContainer, AuthSpec>;
+
+std::string AuthText(const std::string& component) {
+  return R"({"authentication":{"component":{"name":")" + component +
+         R"(","operations":{"p.s.op":[]}}}})";
+}
+
+TEST_F(AuthenticationStoreTest, ConcurrentSourceOperationsLoseNothing) {
+  std::vector<std::string> paths;
+  for (int round = 0; round < 2 * kRounds; ++round) {
+    paths.push_back(Write(std::to_string(round), AuthText("c" + std::to_string(round))));
+  }
+  const auto creator = [&](int first) {
+    for (int round = first; round < 2 * kRounds; round += 2) {
+      const std::string id = "c" + std::to_string(round);
+      EXPECT_EQ(store_->CreateSource(id, OstraTest::FileSpec<AuthSpec>(paths[round])), nullptr);
+      EXPECT_NE(store_->ComponentInfo(id), nullptr) << id;
+      if (round % 4 < 2) {
+        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
+      }
+    }
+  };
+  std::atomic<bool> done{false};
+  std::thread even(creator, 0);
+  std::thread odd(creator, 1);
+  std::thread reloader([&] {
+    while (!done)
+      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
+  });
+  std::thread querier([&] {
+    while (!done) {
+      for (const auto& service : store_->ListServices()) {
+        EXPECT_TRUE(store_->ListOperations(service));
+      }
+      store_->OperationInfo("p.s", "op");
+      store_->SourceFingerprint(boost::none);
+    }
+  });
+  even.join();
+  odd.join();
+  done = true;
+  reloader.join();
+  querier.join();
+
+  std::list<std::string> expected;
+  for (int round = 0; round < 2 * kRounds; ++round) {
+    if (round % 4 >= 2) expected.push_back("c" + std::to_string(round));
+  }
+  expected.sort();
+  EXPECT_EQ(store_->ListSources(), expected);
+  for (const auto& id : expected)
+    EXPECT_EQ(store_->ComponentFingerprint(id), OstraTest::Crc(AuthText(id)));
 }
 
 }  // namespace
