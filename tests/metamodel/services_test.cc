@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "metamodel/documents.h"
-#include "test_store.h"
 #include "ostra/core/json.h"
 #include "ostra/std_bindings/service_binding.h"
+#include "test_store.h"
 
 namespace {
 
