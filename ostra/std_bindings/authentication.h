@@ -61,6 +61,8 @@ struct ComponentData {
 };
 
 struct AuthenticationDomain {
+  static constexpr const char* kSourceServiceName =
+      "com.corvane.ostra.metadata.authentication.source";
   static constexpr const char* kSourceCreateSpecName =
       "com.corvane.ostra.metadata.authentication.source.create_spec";
   static constexpr const char* kSourceInfoName =

@@ -102,35 +102,10 @@ struct AsyncServiceBinder {
 }  // namespace OperationSvc
 }  // namespace Service
 
+// The source service has the shape every domain shares (see source.h).
 namespace SourceSvc {
-
-class AsyncServiceInterface {
- public:
-  virtual ~AsyncServiceInterface() = default;
-  virtual void Create(const std::string& sourceId, const std::shared_ptr<const CreateSpec>& spec,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Delete(const std::string& sourceId,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Get(const std::string& sourceId,
-                   const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                   const ::Ostra::AsyncResult<std::shared_ptr<const Info>>& result) = 0;
-  virtual void List(const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                    const ::Ostra::AsyncResult<std::list<std::string>>& result) = 0;
-  virtual void Reload(const boost::optional<std::string>& sourceId,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Fingerprint(const boost::optional<std::string>& sourceId,
-                           const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                           const ::Ostra::AsyncResult<std::string>& result) = 0;
-};
-
-struct AsyncServiceBinder {
-  static std::shared_ptr<::Ostra::Core::ApiInterface> BindImplementation(
-      std::shared_ptr<AsyncServiceInterface> implementation);
-};
-
+using AsyncServiceInterface = Detail::SourceServiceInterface<AuthenticationDomain>;
+using AsyncServiceBinder = Detail::SourceServiceBinder<AuthenticationDomain>;
 }  // namespace SourceSvc
 
 }  // namespace Authentication
@@ -164,11 +139,6 @@ struct TypeInfo<
   static std::string name() {
     return "com.corvane.ostra.metadata.authentication.service.operation";
   }
-};
-
-template <>
-struct TypeInfo<Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::AsyncServiceInterface> {
-  static std::string name() { return "com.corvane.ostra.metadata.authentication.source"; }
 };
 
 }  // namespace Data

@@ -86,6 +86,7 @@ struct Info {
 }  // namespace CommandSvc
 
 struct CliDomain {
+  static constexpr const char* kSourceServiceName = "com.corvane.ostra.metadata.cli.source";
   static constexpr const char* kSourceCreateSpecName =
       "com.corvane.ostra.metadata.cli.source.create_spec";
   static constexpr const char* kSourceInfoName = "com.corvane.ostra.metadata.cli.source.info";

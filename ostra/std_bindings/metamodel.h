@@ -257,6 +257,7 @@ struct ComponentData {
 };
 
 struct MetamodelDomain {
+  static constexpr const char* kSourceServiceName = "com.corvane.ostra.metadata.metamodel.source";
   static constexpr const char* kSourceCreateSpecName =
       "com.corvane.ostra.metadata.metamodel.source.create_spec";
   static constexpr const char* kSourceInfoName = "com.corvane.ostra.metadata.metamodel.source.info";

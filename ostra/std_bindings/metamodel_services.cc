@@ -127,23 +127,6 @@ std::shared_ptr<::Ostra::Core::ApiInterface> AsyncServiceBinder::BindImplementat
 }  // namespace ModelSvc
 }  // namespace Resource
 
-namespace SourceSvc {
-
-std::shared_ptr<::Ostra::Core::ApiInterface> AsyncServiceBinder::BindImplementation(
-    std::shared_ptr<AsyncServiceInterface> implementation) {
-  using ::Ostra::Core::BindOperation;
-  return ::Ostra::Core::BindService<AsyncServiceInterface>(
-      std::move(implementation),
-      {BindOperation("create", &AsyncServiceInterface::Create, {"source_id", "spec"}),
-       BindOperation("delete", &AsyncServiceInterface::Delete, {"source_id"}),
-       BindOperation("get", &AsyncServiceInterface::Get, {"source_id"}),
-       BindOperation("list", &AsyncServiceInterface::List),
-       BindOperation("reload", &AsyncServiceInterface::Reload, {"source_id"}),
-       BindOperation("fingerprint", &AsyncServiceInterface::Fingerprint, {"source_id"})});
-}
-
-}  // namespace SourceSvc
-
 }  // namespace Metamodel
 }  // namespace Metadata
 }  // namespace Ostra

@@ -193,35 +193,10 @@ struct AsyncServiceBinder {
 }  // namespace ModelSvc
 }  // namespace Resource
 
+// The source service has the shape every domain shares (see source.h).
 namespace SourceSvc {
-
-class AsyncServiceInterface {
- public:
-  virtual ~AsyncServiceInterface() = default;
-  virtual void Create(const std::string& sourceId, const std::shared_ptr<const CreateSpec>& spec,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Delete(const std::string& sourceId,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Get(const std::string& sourceId,
-                   const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                   const ::Ostra::AsyncResult<std::shared_ptr<const Info>>& result) = 0;
-  virtual void List(const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                    const ::Ostra::AsyncResult<std::list<std::string>>& result) = 0;
-  virtual void Reload(const boost::optional<std::string>& sourceId,
-                      const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                      const ::Ostra::AsyncResult<::Ostra::Void>& result) = 0;
-  virtual void Fingerprint(const boost::optional<std::string>& sourceId,
-                           const std::shared_ptr<::Ostra::Core::AsyncActivation>& activation,
-                           const ::Ostra::AsyncResult<std::string>& result) = 0;
-};
-
-struct AsyncServiceBinder {
-  static std::shared_ptr<::Ostra::Core::ApiInterface> BindImplementation(
-      std::shared_ptr<AsyncServiceInterface> implementation);
-};
-
+using AsyncServiceInterface = Detail::SourceServiceInterface<MetamodelDomain>;
+using AsyncServiceBinder = Detail::SourceServiceBinder<MetamodelDomain>;
 }  // namespace SourceSvc
 
 }  // namespace Metamodel
@@ -279,11 +254,6 @@ template <>
 struct TypeInfo<
     Com::Corvane::Ostra::Metadata::Metamodel::Resource::ModelSvc::AsyncServiceInterface> {
   static std::string name() { return "com.corvane.ostra.metadata.metamodel.resource.model"; }
-};
-
-template <>
-struct TypeInfo<Com::Corvane::Ostra::Metadata::Metamodel::SourceSvc::AsyncServiceInterface> {
-  static std::string name() { return "com.corvane.ostra.metadata.metamodel.source"; }
 };
 
 }  // namespace Data
