@@ -51,37 +51,20 @@ void AuthenticationSources::Stamp(SourceData& source, const std::string& fingerp
 }
 
 std::list<std::string> JsonMetadataContainer::ListComponents() const {
-  return sources_.Read([](const Loaded& sources) {
-    std::list<std::string> names;
-    for (const SourceData* source : sources) {
-      for (const auto& component : source->components)
-        names.push_back(component.first);
-    }
-    return names;
-  });
+  return sources_.Read([](const Loaded& sources) { return ListComponentNames(sources); });
 }
 
 std::shared_ptr<const Binding::ComponentData> JsonMetadataContainer::ComponentInfo(
     const std::string& componentName) const {
-  return sources_.Read([&](const Loaded& sources) -> std::shared_ptr<const Binding::ComponentData> {
-    for (const SourceData* source : sources) {
-      const auto it = source->components.find(componentName);
-      if (it == source->components.end()) continue;
-      auto data = std::make_shared<Binding::ComponentData>();
-      data->info = it->second;
-      data->fingerprint = source->componentFingerprint;
-      return data;
-    }
-    return nullptr;
+  return sources_.Read([&](const Loaded& sources) {
+    return FindComponentData<Binding::ComponentData>(sources, componentName);
   });
 }
 
 std::string JsonMetadataContainer::ComponentFingerprint(const std::string& componentName) const {
   return sources_.Read([&](const Loaded& sources) {
-    for (const SourceData* source : sources) {
-      if (source->components.count(componentName) != 0) return source->componentFingerprint;
-    }
-    return std::string();
+    const SourceData* source = SourceOfComponent(sources, componentName);
+    return source ? source->componentFingerprint : std::string();
   });
 }
 

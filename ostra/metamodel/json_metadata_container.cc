@@ -134,35 +134,20 @@ void MetamodelSources::Stamp(SourceData& source, const std::string& fingerprint)
 }
 
 std::list<std::string> JsonMetadataContainer::ListComponents() const {
-  return sources_.Read([](const Loaded& sources) {
-    std::list<std::string> names;
-    for (const SourceData* source : sources)
-      AppendKeys(names, source->components);
-    return names;
-  });
+  return sources_.Read([](const Loaded& sources) { return ListComponentNames(sources); });
 }
 
 std::shared_ptr<const Binding::ComponentData> JsonMetadataContainer::ComponentInfo(
     const std::string& componentId) const {
-  return sources_.Read([&](const Loaded& sources) -> std::shared_ptr<const Binding::ComponentData> {
-    for (const SourceData* source : sources) {
-      const auto it = source->components.find(componentId);
-      if (it == source->components.end()) continue;
-      auto data = std::make_shared<Binding::ComponentData>();
-      data->info = it->second;
-      data->fingerprint = source->componentFingerprint;
-      return data;
-    }
-    return nullptr;
+  return sources_.Read([&](const Loaded& sources) {
+    return FindComponentData<Binding::ComponentData>(sources, componentId);
   });
 }
 
 std::string JsonMetadataContainer::ComponentFingerprint(const std::string& componentId) const {
   return sources_.Read([&](const Loaded& sources) {
-    for (const SourceData* source : sources) {
-      if (source->components.count(componentId) != 0) return source->componentFingerprint;
-    }
-    return std::string();
+    const SourceData* source = SourceOfComponent(sources, componentId);
+    return source ? source->componentFingerprint : std::string();
   });
 }
 
