@@ -48,9 +48,10 @@ class TempFilesTest : public testing::Test {
  protected:
   // Writes `text` to a file of this test and answers its path.
   std::string Write(const std::string& name, const std::string& text) {
-    const std::string path = testing::TempDir() + "/" +
-                             testing::UnitTest::GetInstance()->current_test_info()->name() + "_" +
-                             name + ".json";
+    // Named after suite and test: ctest runs tests of the same name in parallel processes.
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    const std::string path = testing::TempDir() + "/" + test->test_suite_name() + "." +
+                             test->name() + "_" + name + ".json";
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     written_.push_back(path);
     return path;

@@ -4,6 +4,7 @@
 
 #include "ostra/authentication/services.h"
 #include "ostra/core/json.h"
+#include "test_outcome.h"
 #include "test_store.h"
 
 namespace {
@@ -75,21 +76,6 @@ TEST_F(AuthenticationStoreTest, ReloadAndSourceErrors) {
   EXPECT_EQ(Ostra::Data::ErrorFactory::GetMessages(*broken).size(), 2u);
   EXPECT_EQ(store_->ListSources(), (Strings{"a", "b"}));
 }
-
-template <class T>
-struct Outcome {
-  int calls = 0;
-  boost::optional<T> value;
-  std::shared_ptr<const Ostra::Data::ErrorValue> error;
-  Ostra::AsyncResult<T> Result() {
-    return Ostra::AsyncResult<T>(
-        [this](const boost::optional<T>& v, const auto& e, const auto&, const auto&) {
-          ++calls;
-          value = v;
-          error = e;
-        });
-  }
-};
 
 TEST_F(AuthenticationStoreTest, ServicesReportAbsenceWithTheirMessages) {
   Add("a", Doc("c", "p.q.s", ""));

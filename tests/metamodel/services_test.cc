@@ -5,6 +5,7 @@
 #include "metamodel/documents.h"
 #include "ostra/core/json.h"
 #include "ostra/std_bindings/service_binding.h"
+#include "test_outcome.h"
 #include "test_store.h"
 
 namespace {
@@ -16,25 +17,6 @@ using Kind = Com::Corvane::Ostra::Std::Errors::ErrorType;
 using Com::Corvane::Ostra::Std::Errors::KindOf;
 using Ostra::AsyncResult;
 using Ostra::Data::ErrorValue;
-
-// Records how an adapter completed a result: not at all, with a value, or with an error.
-template <class T>
-struct Outcome {
-  int calls = 0;
-  boost::optional<T> value;
-  std::shared_ptr<const ErrorValue> error;
-
-  AsyncResult<T> Result() {
-    return AsyncResult<T>(
-        [this](const boost::optional<T>& v, const std::shared_ptr<const ErrorValue>& e,
-               const std::shared_ptr<const Ostra::Data::NativeError>&, const Ostra::Progress&) {
-          ++calls;
-          value = v;
-          error = e;
-        });
-  }
-  std::string Error() const { return error ? OnlyMessage(*error) : "(no error)"; }
-};
 
 class MetamodelServicesTest : public MetamodelStoreTest {
  protected:
