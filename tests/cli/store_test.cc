@@ -1,0 +1,189 @@
+#include "ostra/cli/json_metadata_container.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "test_store.h"
+
+namespace {
+
+using namespace OstraTest;
+namespace Impl = Ostra::Provider::Metadata::Cli;
+namespace Binding = Com::Corvane::Ostra::Metadata::Cli;
+using Kind = Com::Corvane::Ostra::Std::Errors::ErrorType;
+using Com::Corvane::Ostra::Std::Errors::KindOf;
+using Spec = Binding::SourceSvc::CreateSpec;
+using CliStoreTest = StoreTest<Impl::MetadataContainer, Spec>;
+
+using NsIdentity = Binding::Namespace_Svc::Identity;
+using CmdIdentity = Binding::CommandSvc::Identity;
+
+std::shared_ptr<const NsIdentity> Ns(const std::string& path, const std::string& name) {
+  return std::make_shared<const NsIdentity>(NsIdentity{path, name});
+}
+std::shared_ptr<const CmdIdentity> Cmd(const std::string& path, const std::string& name) {
+  return std::make_shared<const CmdIdentity>(CmdIdentity{path, name});
+}
+
+// Identities as "path/name", for comparing lists.
+template <class List>
+std::vector<std::string> Names(const List& ids) {
+  std::vector<std::string> names;
+  for (const auto& id : ids)
+    names.push_back(id->path + "/" + id->name);
+  return names;
+}
+
+std::string NsNode(const std::string& path, const std::string& name, const std::string& text) {
+  return R"({"type":"namespace","path":")" + path + R"(","name":")" + name +
+         R"(","description":")" + text + R"("})";
+}
+std::string CmdNode(const std::string& path, const std::string& name, const std::string& op) {
+  return R"({"type":"command","path":")" + path + R"(","name":")" + name +
+         R"(","description":"d","node_metadata":{"service_id":"s","operation_id":")" + op +
+         R"("}})";
+}
+std::string Doc(const std::vector<std::string>& nodes) {
+  std::string text = R"({"cli":[)";
+  for (const auto& node : nodes)
+    text += (text.back() == '[' ? "" : ",") + node;
+  return text + "]}";
+}
+
+Impl::SourceData Index(const std::vector<std::string>& nodes) {
+  auto spec = FileSpec<Spec>("unused");
+  Impl::SourceData source(spec);
+  Ostra::Provider::Metadata::Messages messages;
+  std::istringstream in(Doc(nodes));
+  const bool ok =
+      Impl::MetadataParser::LoadMetadata(in,
+                                         {[&](const auto& info) { source.RegisterNsNode(info); },
+                                          [&](const auto& info) { source.RegisterCmdNode(info); }},
+                                         messages);
+  EXPECT_TRUE(ok);
+  return source;
+}
+
+TEST(CliSourceData, AncestorsAreMadeUpToTheRootWhichListsItself) {
+  EXPECT_EQ(Names(std::vector<Impl::NamespaceId>{Impl::SourceData::Str2NsId("a.b.c"),
+                                                 Impl::SourceData::Str2NsId("a"),
+                                                 Impl::SourceData::Str2NsId("")}),
+            (std::vector<std::string>{"a.b/c", "/a", "/"}));
+
+  const auto source =
+      Index({NsNode("storage", "disk", "Disks"), NsNode("", "net", "Network"),
+             NsNode("storage", "tape", "Tapes"), NsNode("storage", "disk", "Disks again"),
+             CmdNode("storage", "mount", "m")});
+  std::vector<std::string> all;
+  for (const auto& entry : source.namespaces)
+    all.push_back(entry.first->path + "/" + entry.first->name);
+  EXPECT_EQ(all,
+            (std::vector<std::string>{"/", "/net", "/storage", "storage/disk", "storage/tape"}));
+
+  const auto& root = *source.namespaces.at(Ns("", ""));
+  EXPECT_EQ(root.description, "Root namespace");
+  // First-registration order, no duplicates; the root follows the namespace that created it.
+  EXPECT_EQ(Names(root.children), (std::vector<std::string>{"/storage", "/", "/net"}));
+  const auto& storage = *source.namespaces.at(Ns("", "storage"));
+  EXPECT_EQ(storage.description, "storage namespace");
+  EXPECT_EQ(Names(storage.children), (std::vector<std::string>{"storage/disk", "storage/tape"}));
+  EXPECT_EQ(source.namespaces.at(Ns("storage", "disk"))->description, "Disks again");
+  EXPECT_EQ(source.commands.size(), 1u);
+}
+
+TEST(CliSourceData, TheLongerDescriptionWinsAndTheLaterOnATie) {
+  for (const auto& pair :
+       std::vector<std::pair<std::string, std::string>>{{"ab", "abc"}, {"abc", "ab"}}) {
+    const auto source = Index({NsNode("", "n", pair.first), NsNode("", "n", pair.second)});
+    EXPECT_EQ(source.namespaces.at(Ns("", "n"))->description, "abc");
+  }
+  const auto source =
+      Index({NsNode("x", "n", "ab"), NsNode("", "x", "longer text"), NsNode("x", "n", "cd")});
+  EXPECT_EQ(source.namespaces.at(Ns("x", "n"))->description, "cd");
+  // A declared namespace replaces the made-up description but keeps its children.
+  EXPECT_EQ(source.namespaces.at(Ns("", "x"))->description, "longer text");
+  EXPECT_EQ(Names(source.namespaces.at(Ns("", "x"))->children), std::vector<std::string>{"x/n"});
+}
+
+TEST_F(CliStoreTest, NamespacesAreMergedAcrossSourcesCommandsAreNot) {
+  const std::string textB =
+      Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
+           CmdNode("storage", "mount", "b-mount"), CmdNode("storage.disk", "format", "f"),
+           NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")});
+  const std::string textA = Doc({NsNode("storage", "tape", "A tapes"), NsNode("", "leaf", "A leaf"),
+                                 CmdNode("storage", "mount", "a-mount")});
+  Add("b", textB);
+  Add("a", textA);
+
+  EXPECT_EQ(Names(store_->ListNamespaces()),
+            (std::vector<std::string>{"/", "/b", "/leaf", "/storage", "leaf/x", "storage/disk",
+                                      "storage/tape"}));
+  const auto storage = store_->NamespaceInfo(Ns("", "storage"));
+  ASSERT_NE(storage, nullptr);
+  EXPECT_EQ(storage->description, "storage namespace");
+  EXPECT_EQ(Names(storage->children), (std::vector<std::string>{"storage/disk", "storage/tape"}));
+  const auto root = store_->NamespaceInfo(Ns("", ""));
+  EXPECT_EQ(Names(root->children), (std::vector<std::string>{"/", "/b", "/leaf", "/storage"}));
+  // The description comes from the last source met before any children were collected.
+  const auto leaf = store_->NamespaceInfo(Ns("", "leaf"));
+  EXPECT_EQ(leaf->description, "B leaf");
+  EXPECT_EQ(Names(leaf->children), std::vector<std::string>{"leaf/x"});
+  // The answer is a new record: the sources' own lists are untouched.
+  EXPECT_EQ(store_->NamespaceInfo(Ns("", "storage"))->children.size(), 2u);
+  EXPECT_EQ(store_->NamespaceInfo(Ns("", "zz")), nullptr);
+  EXPECT_EQ(store_->NamespaceInfo(nullptr), nullptr);
+
+  // Exact path match; duplicates across sources kept; lookups answer the first source.
+  EXPECT_EQ(Names(store_->ListCommands(std::string("storage"))),
+            (std::vector<std::string>{"storage/mount", "storage/mount"}));
+  EXPECT_EQ(store_->ListCommands(boost::none).size(), 3u);
+  EXPECT_TRUE(store_->ListCommands(std::string("stor")).empty());
+  EXPECT_EQ(store_->CommandInfo(Cmd("storage", "mount"))->operation_id, "a-mount");
+  EXPECT_EQ(store_->CommandInfo(Cmd("storage", "disk")), nullptr);
+
+  const std::string both = Crc(Crc(textA) + Crc(textB));
+  EXPECT_EQ(store_->NamespaceFingerprint(), both);
+  EXPECT_EQ(store_->CommandFingerprint(), both);
+  EXPECT_EQ(store_->SourceFingerprint(boost::none), both);
+  EXPECT_EQ(store_->SourceFingerprint(std::string("a")), Crc(Crc(textA)));
+  EXPECT_EQ(store_->SourceFingerprint(std::string("zz")), "");
+}
+
+TEST_F(CliStoreTest, SourceFaultsChangeNothing) {
+  Add("a", Doc({NsNode("", "n", "N")}));
+  const auto broken = store_->CreateSource(
+      "x", FileSpec<Spec>(Write("x", Doc({NsNode("", "m", "M"), R"({"type":"link"})"}))));
+  EXPECT_EQ(KindOf(*broken), Kind::INVALID_ARGUMENT);
+  EXPECT_EQ(OnlyMessage(*broken), "ostra.metadata.cli.json.invalid.node.type: type");
+  EXPECT_EQ(OnlyMessage(*store_->CreateSource("y", FileSpec<Spec>(testing::TempDir() + "/no"))),
+            "ostra.metada.cli.source.file.not.found: " + testing::TempDir() + "/no");
+  EXPECT_EQ(OnlyMessage(*store_->CreateSource("a", FileSpec<Spec>(""))),
+            "ostra.metada.cli.source.exists: a");
+  EXPECT_EQ(OnlyMessage(*store_->DeleteSource("zz")), "ostra.metada.cli.source.not.found: zz");
+
+  auto remote = std::make_shared<Spec>(*FileSpec<Spec>(""));
+  remote->type = Binding::SourceSvc::SourceType::REMOTE;
+  const auto unsupported = store_->CreateSource("r", remote);
+  EXPECT_EQ(KindOf(*unsupported), Kind::UNSUPPORTED);
+  EXPECT_TRUE(Ostra::Data::ErrorFactory::GetMessages(*unsupported).empty());
+
+  // A reload of an unknown id pairs the "exists" message with NotFound.
+  const auto unknown = store_->ReloadSource(std::string("zz"));
+  EXPECT_EQ(KindOf(*unknown), Kind::NOT_FOUND);
+  EXPECT_EQ(Ostra::Data::ErrorFactory::GetMessages(*unknown).front().GetDefaultMessage(),
+            "Cli source already exists: zz");
+  EXPECT_EQ(store_->ListSources(), std::list<std::string>{"a"});
+  EXPECT_EQ(Names(store_->ListNamespaces()), (std::vector<std::string>{"/", "/n"}));
+
+  std::istringstream in(Doc({CmdNode("", "c", "o")}));
+  Ostra::Provider::Metadata::Messages none;
+  const auto parsed = Ostra::Provider::Metadata::ParseStream(in, none);
+  EXPECT_EQ(store_->CreateSourceFromMetadata("p", *parsed, FileSpec<Spec>("")), nullptr);
+  EXPECT_EQ(store_->CommandInfo(Cmd("", "c"))->operation_id, "o");
+  EXPECT_EQ(store_->SourceFingerprint(std::string("p")), Crc(parsed->fingerprint));
+}
+
+}  // namespace
