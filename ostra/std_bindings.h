@@ -4,8 +4,11 @@
 
 #include "ostra/core.h"
 #include "ostra/std_bindings/authentication.h"
+#include "ostra/std_bindings/authentication_services.h"
 #include "ostra/std_bindings/cli.h"
+#include "ostra/std_bindings/cli_services.h"
 #include "ostra/std_bindings/errors.h"
 #include "ostra/std_bindings/metamodel.h"
+#include "ostra/std_bindings/metamodel_services.h"
 #include "ostra/std_bindings/service_binding.h"
 #include "ostra/std_bindings/source.h"

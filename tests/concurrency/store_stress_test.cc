@@ -12,6 +12,8 @@
 
 #include "metamodel/documents.h"
 #include "ostra/authentication/json_metadata_container.h"
+#include "ostra/cli/json_metadata_container.h"
+#include "ostra/cli/services.h"
 #include "ostra/metamodel/services.h"
 #include "test_store.h"
 
@@ -156,6 +158,78 @@ TEST_F(AuthenticationStoreTest, ConcurrentSourceOperationsLoseNothing) {
   EXPECT_EQ(store_->ListSources(), expected);
   for (const auto& id : expected)
     EXPECT_EQ(store_->ComponentFingerprint(id), OstraTest::Crc(AuthText(id)));
+}
+
+}  // namespace
+
+namespace {
+
+namespace CliImpl = Ostra::Provider::Metadata::Cli;
+using CliSpec = Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec;
+using CliStoreTest = OstraTest::StoreTest<CliImpl::MetadataContainer, CliSpec>;
+
+// Every source shares the namespace tree above its own command.
+std::string CliText(const std::string& name) {
+  return R"({"cli":[{"type":"namespace","path":"fleet","name":")" + name +
+         R"(","description":"d"},{"type":"command","path":"fleet.)" + name +
+         R"(","name":"run",)"
+         R"("description":"d","node_metadata":{"service_id":"s","operation_id":"o"}}]})";
+}
+
+TEST_F(CliStoreTest, ConcurrentSourceOperationsLoseNothing) {
+  using Identity = Com::Corvane::Ostra::Metadata::Cli::Namespace_Svc::Identity;
+  std::vector<std::string> paths;
+  for (int round = 0; round < 2 * kRounds; ++round) {
+    paths.push_back(Write(std::to_string(round), CliText("n" + std::to_string(round))));
+  }
+  const auto creator = [&](int first) {
+    for (int round = first; round < 2 * kRounds; round += 2) {
+      const std::string id = "n" + std::to_string(round);
+      EXPECT_EQ(store_->CreateSource(id, OstraTest::FileSpec<CliSpec>(paths[round])), nullptr);
+      EXPECT_EQ(store_->ListCommands("fleet." + id).size(), 1u) << id;
+      if (round % 4 < 2) {
+        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
+      }
+    }
+  };
+  std::atomic<bool> done{false};
+  std::thread even(creator, 0);
+  std::thread odd(creator, 1);
+  std::thread reloader([&] {
+    while (!done)
+      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
+  });
+  std::thread querier([&] {
+    const auto fleet = std::make_shared<const Identity>(Identity{"", "fleet"});
+    auto namespaces = CliImpl::Namespace_Svc::AsyncServiceImpl::GetInstance(store_);
+    while (!done) {
+      for (const auto& id : store_->ListNamespaces())
+        store_->NamespaceInfo(id);
+      const auto info = store_->NamespaceInfo(fleet);
+      if (info) {
+        EXPECT_FALSE(info->children.empty());
+      }
+      store_->NamespaceFingerprint();
+      namespaces->List(nullptr, Ostra::AsyncResult<std::list<std::shared_ptr<const Identity>>>(
+                                    [](const auto&, const auto&, const auto&, const auto&) {}));
+    }
+  });
+  even.join();
+  odd.join();
+  done = true;
+  reloader.join();
+  querier.join();
+
+  std::list<std::string> expected;
+  for (int round = 0; round < 2 * kRounds; ++round) {
+    if (round % 4 >= 2) expected.push_back("n" + std::to_string(round));
+  }
+  expected.sort();
+  EXPECT_EQ(store_->ListSources(), expected);
+  EXPECT_EQ(store_->ListCommands(boost::none).size(), expected.size());
+  EXPECT_EQ(store_->NamespaceInfo(std::make_shared<const Identity>(Identity{"", "fleet"}))
+                ->children.size(),
+            expected.size());
 }
 
 }  // namespace
