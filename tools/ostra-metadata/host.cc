@@ -1,0 +1,94 @@
+#include "host.h"
+
+namespace OstraTool {
+
+namespace Metadata = Ostra::Provider::Metadata;
+using Metadata::ProviderHelper;
+
+const char* DomainName(Domain domain) {
+  switch (domain) {
+    case Domain::kMetamodel:
+      return "metamodel";
+    case Domain::kAuthentication:
+      return "authentication";
+    case Domain::kCli:
+      return "cli";
+  }
+  return "";
+}
+
+boost::optional<Domain> DomainOf(const Metadata::JsonDocument& document) {
+  if (document.HasParseError() || !document.IsObject()) return boost::none;
+  for (const Domain domain : {Domain::kMetamodel, Domain::kAuthentication, Domain::kCli}) {
+    if (Metadata::FindMember(document, DomainName(domain)) != document.MemberEnd()) return domain;
+  }
+  return boost::none;
+}
+
+Host::Host()
+    : metamodel_(Metadata::Metamodel::MetadataContainer::GetInstance()),
+      authentication_(Metadata::Authentication::MetadataContainer::GetInstance()),
+      cli_(Metadata::Cli::MetadataContainer::GetInstance()) {
+  const auto append = [this](const ProviderHelper::BoundList& list) {
+    services_.insert(services_.end(), list.begin(), list.end());
+  };
+  append(ProviderHelper::MetamodelInterfaces(metamodel_));
+  append(ProviderHelper::AuthnInterfaces(authentication_));
+  append(ProviderHelper::CliInterfaces(cli_));
+  // Source management is in no bound list: a host binds it under its own rules. This one offers
+  // it to whoever runs the tool.
+  namespace Binding = Com::Corvane::Ostra::Metadata;
+  services_.push_back(Binding::Metamodel::SourceSvc::AsyncServiceBinder::BindImplementation(
+      Metadata::Metamodel::SourceSvc::AsyncServiceImpl::GetInstance(metamodel_)));
+  services_.push_back(Binding::Authentication::SourceSvc::AsyncServiceBinder::BindImplementation(
+      Metadata::Authentication::SourceSvc::AsyncServiceImpl::GetInstance(authentication_)));
+  services_.push_back(Binding::Cli::SourceSvc::AsyncServiceBinder::BindImplementation(
+      Metadata::Cli::SourceSvc::AsyncServiceImpl::GetInstance(cli_)));
+}
+
+ErrorPtr Host::Load(Domain domain, const std::string& id, const std::string& path) {
+  switch (domain) {
+    case Domain::kMetamodel:
+      return ProviderHelper::LoadMetamodelMetadataFile(id, path, metamodel_);
+    case Domain::kAuthentication:
+      return ProviderHelper::LoadAuthnMetadataFile(id, path, authentication_);
+    case Domain::kCli:
+      return ProviderHelper::LoadCliMetadataFile(id, path, cli_);
+  }
+  return nullptr;
+}
+
+std::shared_ptr<const Ostra::Core::ApiInterface> Host::Find(const std::string& service) const {
+  for (const auto& bound : services_) {
+    const std::string& id = bound->GetIdentifier();
+    if (id == service || id == kServicePrefix + service) return bound;
+  }
+  return nullptr;
+}
+
+std::vector<std::string> Host::Services() const {
+  std::vector<std::string> ids;
+  for (const auto& bound : services_)
+    ids.push_back(bound->GetIdentifier());
+  return ids;
+}
+
+Host::Reply Host::Call(const std::string& service, const std::string& operation,
+                       const Ostra::Data::StructValue& input) const {
+  Reply reply;
+  const auto bound = Find(service);
+  if (!bound) {
+    reply.error = Ostra::Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::NotFound>(
+        {Ostra::BaseMessage("ostra.tool.service.not.found", "No such service: " + service,
+                            {service})});
+    return reply;
+  }
+  bound->Invoke(operation, input, std::make_shared<Ostra::Core::AsyncActivation>(),
+                [&reply](const ValuePtr& value, const ErrorPtr& error) {
+                  reply.value = value;
+                  reply.error = error;
+                });
+  return reply;
+}
+
+}  // namespace OstraTool

@@ -1,0 +1,88 @@
+// Host: what a server process does with the library, in one object. It makes the three stores,
+// loads sources into them, binds the services (the bound lists and the three source services) and
+// dispatches every request through ApiInterface::Invoke.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/optional.hpp>
+
+#include "ostra/metadata_services.h"
+
+namespace OstraTool {
+
+using Ostra::Data::ValuePtr;
+using ErrorPtr = std::shared_ptr<const Ostra::Data::ErrorValue>;
+
+enum class Domain { kMetamodel, kAuthentication, kCli };
+
+// "metamodel", "authentication" or "cli": the root member of the domain's documents.
+const char* DomainName(Domain domain);
+// The domain whose root member the document has; none for another document.
+boost::optional<Domain> DomainOf(const Ostra::Provider::Metadata::JsonDocument& document);
+
+// Named inputs of an operation, built from native values.
+class Input {
+ public:
+  template <class T>
+  Input& Add(const char* name, const T& value) {
+    fields_.emplace_back(name, Ostra::Data::TypeConverter<T>::ToValue(value, localizer_));
+    return *this;
+  }
+  Ostra::Data::StructValue Build() const { return Ostra::Data::StructValue("", fields_); }
+
+ private:
+  Ostra::L10n::RequestLocalizer localizer_;
+  std::vector<Ostra::Data::StructValue::Field> fields_;
+};
+
+class Host {
+ public:
+  Host();
+
+  // Creates source `id` of `domain` from `path`; null on success.
+  ErrorPtr Load(Domain domain, const std::string& id, const std::string& path);
+
+  // A service by its identifier or by the identifier's tail after "com.corvane.ostra.metadata."
+  // ("cli.command"); null when no such service is bound.
+  std::shared_ptr<const Ostra::Core::ApiInterface> Find(const std::string& service) const;
+  // The identifiers of every bound service, in order.
+  std::vector<std::string> Services() const;
+
+  // The outcome of one call: a value, or an error.
+  struct Reply {
+    ValuePtr value;
+    ErrorPtr error;
+  };
+  // Invokes `operation` of `service`; an unknown service answers NotFound.
+  Reply Call(const std::string& service, const std::string& operation,
+             const Ostra::Data::StructValue& input) const;
+
+  // Calls and converts the result to T; none when the call failed or the result is not a T.
+  template <class T>
+  boost::optional<T> Get(const std::string& service, const std::string& operation,
+                         const Input& input = Input()) const {
+    const Reply reply = Call(service, operation, input.Build());
+    T native{};
+    if (reply.error || !reply.value ||
+        !Ostra::Data::TypeConverter<T>::FromValue(*reply.value, native)) {
+      return boost::none;
+    }
+    return native;
+  }
+
+ private:
+  std::shared_ptr<Ostra::Provider::Metadata::Metamodel::MetadataContainer> metamodel_;
+  std::shared_ptr<Ostra::Provider::Metadata::Authentication::MetadataContainer> authentication_;
+  std::shared_ptr<Ostra::Provider::Metadata::Cli::MetadataContainer> cli_;
+  std::vector<std::shared_ptr<Ostra::Core::ApiInterface>> services_;
+};
+
+// The prefix of every service identifier, which short names leave out.
+constexpr const char* kServicePrefix = "com.corvane.ostra.metadata.";
+
+}  // namespace OstraTool
