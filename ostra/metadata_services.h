@@ -10,6 +10,7 @@
 #include "ostra/provider/parsed_metadata.h"
 #include "ostra/provider/provider_helper.h"
 #include "ostra/provider/service_adapter.h"
+#include "ostra/provider/source_container.h"
 #include "ostra/provider/source_set.h"
 #include "ostra/json/json_member.h"
 #include "ostra/metamodel/json_metadata_container.h"

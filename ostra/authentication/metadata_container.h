@@ -14,6 +14,7 @@
 
 #include "ostra/core/data_value.h"
 #include "ostra/provider/parsed_metadata.h"
+#include "ostra/provider/source_container.h"
 #include "ostra/std_bindings/authentication.h"
 
 namespace Ostra {
@@ -24,26 +25,13 @@ namespace Authentication {
 namespace Binding = Com::Corvane::Ostra::Metadata::Authentication;
 using ErrorPtr = std::shared_ptr<const Data::ErrorValue>;
 
-class MetadataContainer {
+// The source operations come first (see SourceContainer), then the queries.
+class MetadataContainer
+    : public SourceContainer<Binding::SourceSvc::CreateSpec, Binding::SourceSvc::Info> {
  public:
   // A new, empty store; every call makes another.
   static std::shared_ptr<MetadataContainer> GetInstance();
 
-  // Source operations answer null on success, the error otherwise; a failure changes nothing.
-  virtual ErrorPtr CreateSource(
-      const std::string& sourceId,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  virtual ErrorPtr CreateSourceFromMetadata(
-      const std::string& sourceId, ParsedMetadata& parsed,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  virtual ErrorPtr DeleteSource(const std::string& sourceId) = 0;
-  // Load failures are silent: a failing source, and every later one of the same call, keeps its
-  // data.
-  virtual ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) = 0;
-  virtual std::list<std::string> ListSources() const = 0;
-  virtual std::shared_ptr<const Binding::SourceSvc::Info> SourcesInfo(
-      const std::string& sourceId) const = 0;
-  virtual std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const = 0;
   virtual std::list<std::string> ListComponents() const = 0;
   virtual std::shared_ptr<const Binding::ComponentData> ComponentInfo(
       const std::string& componentName) const = 0;

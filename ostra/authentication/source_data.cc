@@ -6,12 +6,7 @@ namespace Metadata {
 namespace Authentication {
 
 SourceData::SourceData(const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec)
-    : createSpec(spec), info(std::make_shared<Binding::SourceSvc::Info>()) {
-  info->description = spec->description;
-  info->type = spec->type;
-  info->filepath = spec->filepath;
-  info->address = spec->address;
-}
+    : createSpec(spec), info(Binding::SourceSvc::Info::Of(*spec)) {}
 
 void SourceData::RegisterComponentNode(const std::string& name,
                                        const std::shared_ptr<Binding::ComponentInfo>& component) {

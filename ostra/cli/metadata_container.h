@@ -13,6 +13,7 @@
 
 #include "ostra/core/data_value.h"
 #include "ostra/provider/parsed_metadata.h"
+#include "ostra/provider/source_container.h"
 #include "ostra/std_bindings/cli.h"
 
 namespace Ostra {
@@ -23,26 +24,12 @@ namespace Cli {
 namespace Binding = Com::Corvane::Ostra::Metadata::Cli;
 using ErrorPtr = std::shared_ptr<const Data::ErrorValue>;
 
-class MetadataContainer {
+// The source operations come first (see SourceContainer), then the queries.
+class MetadataContainer
+    : public SourceContainer<Binding::SourceSvc::CreateSpec, Binding::SourceSvc::Info> {
  public:
   // A new, empty store; every call makes another.
   static std::shared_ptr<MetadataContainer> GetInstance();
-
-  // Source operations answer null on success, the error otherwise; a failure changes nothing.
-  virtual ErrorPtr CreateSource(
-      const std::string& sourceId,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  virtual ErrorPtr CreateSourceFromMetadata(
-      const std::string& sourceId, ParsedMetadata& parsed,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  virtual ErrorPtr DeleteSource(const std::string& sourceId) = 0;
-  // Load failures are silent: a failing source, and every later one of the same call, keeps its
-  // data.
-  virtual ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) = 0;
-  virtual std::list<std::string> ListSources() const = 0;
-  virtual std::shared_ptr<const Binding::SourceSvc::Info> SourcesInfo(
-      const std::string& sourceId) const = 0;
-  virtual std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const = 0;
 
   // Every namespace of every source once, by path then name.
   virtual std::list<std::shared_ptr<const Binding::Namespace_Svc::Identity>> ListNamespaces()

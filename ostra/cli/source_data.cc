@@ -11,12 +11,7 @@ namespace Cli {
 using Binding::Namespace_Svc::Identity;
 
 SourceData::SourceData(const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec)
-    : createSpec(spec), info(std::make_shared<Binding::SourceSvc::Info>()) {
-  info->description = spec->description;
-  info->type = spec->type;
-  info->filepath = spec->filepath;
-  info->address = spec->address;
-}
+    : createSpec(spec), info(Binding::SourceSvc::Info::Of(*spec)) {}
 
 NamespaceId SourceData::Str2NsId(const std::string& dotted) {
   const auto dot = dotted.rfind('.');

@@ -16,6 +16,7 @@
 
 #include "ostra/core/data_value.h"
 #include "ostra/provider/parsed_metadata.h"
+#include "ostra/provider/source_container.h"
 #include "ostra/std_bindings/metamodel.h"
 
 namespace Ostra {
@@ -26,33 +27,13 @@ namespace Metamodel {
 namespace Binding = Com::Corvane::Ostra::Metadata::Metamodel;
 using ErrorPtr = std::shared_ptr<const Data::ErrorValue>;
 
-class MetadataContainer {
+// The source operations come first (see SourceContainer), then the queries.
+class MetadataContainer
+    : public SourceContainer<Binding::SourceSvc::CreateSpec, Binding::SourceSvc::Info> {
  public:
   // A new, empty store; every call makes another.
   static std::shared_ptr<MetadataContainer> GetInstance();
 
-  // Source operations answer null on success, the error otherwise; a failure changes nothing.
-  // Loads the file that `spec` names as source `sourceId`. AlreadyExists for a taken id, NotFound
-  // when the file cannot be opened, InvalidArgument with the parser's messages for a bad document,
-  // Unsupported for a remote spec.
-  virtual ErrorPtr CreateSource(
-      const std::string& sourceId,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  // The same from a document the host has parsed (see ParseStream); it keeps its fingerprint.
-  virtual ErrorPtr CreateSourceFromMetadata(
-      const std::string& sourceId, ParsedMetadata& parsed,
-      const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& spec) = 0;
-  virtual ErrorPtr DeleteSource(const std::string& sourceId) = 0;
-  // Reloads all sources or the named one from their files. Load failures are silent: a failing
-  // source, and every later one of the same call, keeps its data.
-  virtual ErrorPtr ReloadSource(const boost::optional<std::string>& sourceId) = 0;
-
-  virtual std::list<std::string> ListSources() const = 0;
-  virtual std::shared_ptr<const Binding::SourceSvc::Info> SourcesInfo(
-      const std::string& sourceId) const = 0;
-  // Without an id: CRC32 over every source's fingerprint text; with one: CRC32 of that source's
-  // fingerprint text ("" if unknown).
-  virtual std::string SourceFingerprint(const boost::optional<std::string>& sourceId) const = 0;
   virtual std::list<std::string> ListComponents() const = 0;
   // The component with its source's fingerprint.
   virtual std::shared_ptr<const Binding::ComponentData> ComponentInfo(

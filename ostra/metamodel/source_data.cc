@@ -6,12 +6,7 @@ namespace Metadata {
 namespace Metamodel {
 
 SourceData::SourceData(const std::shared_ptr<const Binding::SourceSvc::CreateSpec>& createSpec)
-    : spec(createSpec), info(std::make_shared<Binding::SourceSvc::Info>()) {
-  info->description = createSpec->description;
-  info->type = createSpec->type;
-  info->filepath = createSpec->filepath;
-  info->address = createSpec->address;
-}
+    : spec(createSpec), info(Binding::SourceSvc::Info::Of(*createSpec)) {}
 
 void SourceData::RegisterComponentNode(const std::shared_ptr<Binding::ComponentInfo>& component) {
   components[component->name] = component;

@@ -50,6 +50,11 @@ struct SourceInfo {
   SourceType<Domain> type;
   boost::optional<std::string> filepath;
   boost::optional<std::string> address;
+
+  static std::shared_ptr<SourceInfo> Of(const SourceCreateSpec<Domain>& spec) {
+    return std::make_shared<SourceInfo>(
+        SourceInfo{spec.description, spec.type, spec.filepath, spec.address});
+  }
 };
 
 template <class Domain>

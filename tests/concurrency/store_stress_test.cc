@@ -104,6 +104,48 @@ TEST_F(MetamodelStoreTest, ConcurrentSourceOperationsLoseNothing) {
 
 namespace {
 
+// Two creators make sources "<prefix>0" to "<prefix>N" from `paths` (even and odd rounds), call
+// `created(id)` after each create and delete half of them again, while one thread reloads every
+// source and another runs `query` in a loop. Answers the ids that must remain, in order.
+template <class Store, class Spec, class Created, class Query>
+std::list<std::string> Churn(Store& store, const std::vector<std::string>& paths,
+                             const std::string& prefix, Created created, Query query) {
+  const int count = static_cast<int>(paths.size());
+  const auto creator = [&](int first) {
+    for (int round = first; round < count; round += 2) {
+      const std::string id = prefix + std::to_string(round);
+      EXPECT_EQ(store.CreateSource(id, OstraTest::FileSpec<Spec>(paths[round])), nullptr);
+      created(id);
+      if (round % 4 < 2) {
+        EXPECT_EQ(store.DeleteSource(id), nullptr) << id;
+      }
+    }
+  };
+  std::atomic<bool> done{false};
+  std::thread even(creator, 0);
+  std::thread odd(creator, 1);
+  std::thread reloader([&] {
+    while (!done)
+      EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
+  });
+  std::thread querier([&] {
+    while (!done)
+      query();
+  });
+  even.join();
+  odd.join();
+  done = true;
+  reloader.join();
+  querier.join();
+
+  std::list<std::string> expected;
+  for (int round = 0; round < count; ++round) {
+    if (round % 4 >= 2) expected.push_back(prefix + std::to_string(round));
+  }
+  expected.sort();
+  return expected;
+}
+
 namespace Auth = Ostra::Provider::Metadata::Authentication;
 using AuthSpec = Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec;
 using AuthenticationStoreTest = OstraTest::StoreTest<Auth::MetadataContainer, AuthSpec>;
@@ -118,51 +160,20 @@ TEST_F(AuthenticationStoreTest, ConcurrentSourceOperationsLoseNothing) {
   for (int round = 0; round < 2 * kRounds; ++round) {
     paths.push_back(Write(std::to_string(round), AuthText("c" + std::to_string(round))));
   }
-  const auto creator = [&](int first) {
-    for (int round = first; round < 2 * kRounds; round += 2) {
-      const std::string id = "c" + std::to_string(round);
-      EXPECT_EQ(store_->CreateSource(id, OstraTest::FileSpec<AuthSpec>(paths[round])), nullptr);
-      EXPECT_NE(store_->ComponentInfo(id), nullptr) << id;
-      if (round % 4 < 2) {
-        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
-      }
-    }
-  };
-  std::atomic<bool> done{false};
-  std::thread even(creator, 0);
-  std::thread odd(creator, 1);
-  std::thread reloader([&] {
-    while (!done)
-      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
-  });
-  std::thread querier([&] {
-    while (!done) {
-      for (const auto& service : store_->ListServices()) {
-        EXPECT_TRUE(store_->ListOperations(service));
-      }
-      store_->OperationInfo("p.s", "op");
-      store_->SourceFingerprint(boost::none);
-    }
-  });
-  even.join();
-  odd.join();
-  done = true;
-  reloader.join();
-  querier.join();
-
-  std::list<std::string> expected;
-  for (int round = 0; round < 2 * kRounds; ++round) {
-    if (round % 4 >= 2) expected.push_back("c" + std::to_string(round));
-  }
-  expected.sort();
+  const auto expected = Churn<Auth::MetadataContainer, AuthSpec>(
+      *store_, paths, "c",
+      [this](const std::string& id) { EXPECT_NE(store_->ComponentInfo(id), nullptr) << id; },
+      [this] {
+        for (const auto& service : store_->ListServices()) {
+          EXPECT_TRUE(store_->ListOperations(service));
+        }
+        store_->OperationInfo("p.s", "op");
+        store_->SourceFingerprint(boost::none);
+      });
   EXPECT_EQ(store_->ListSources(), expected);
   for (const auto& id : expected)
     EXPECT_EQ(store_->ComponentFingerprint(id), OstraTest::Crc(AuthText(id)));
 }
-
-}  // namespace
-
-namespace {
 
 namespace CliImpl = Ostra::Provider::Metadata::Cli;
 using CliSpec = Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec;
@@ -182,54 +193,27 @@ TEST_F(CliStoreTest, ConcurrentSourceOperationsLoseNothing) {
   for (int round = 0; round < 2 * kRounds; ++round) {
     paths.push_back(Write(std::to_string(round), CliText("n" + std::to_string(round))));
   }
-  const auto creator = [&](int first) {
-    for (int round = first; round < 2 * kRounds; round += 2) {
-      const std::string id = "n" + std::to_string(round);
-      EXPECT_EQ(store_->CreateSource(id, OstraTest::FileSpec<CliSpec>(paths[round])), nullptr);
-      EXPECT_EQ(store_->ListCommands("fleet." + id).size(), 1u) << id;
-      if (round % 4 < 2) {
-        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
-      }
-    }
-  };
-  std::atomic<bool> done{false};
-  std::thread even(creator, 0);
-  std::thread odd(creator, 1);
-  std::thread reloader([&] {
-    while (!done)
-      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
-  });
-  std::thread querier([&] {
-    const auto fleet = std::make_shared<const Identity>(Identity{"", "fleet"});
-    auto namespaces = CliImpl::Namespace_Svc::AsyncServiceImpl::GetInstance(store_);
-    while (!done) {
-      for (const auto& id : store_->ListNamespaces())
-        store_->NamespaceInfo(id);
-      const auto info = store_->NamespaceInfo(fleet);
-      if (info) {
-        EXPECT_FALSE(info->children.empty());
-      }
-      store_->NamespaceFingerprint();
-      namespaces->List(nullptr, Ostra::AsyncResult<std::list<std::shared_ptr<const Identity>>>(
-                                    [](const auto&, const auto&, const auto&, const auto&) {}));
-    }
-  });
-  even.join();
-  odd.join();
-  done = true;
-  reloader.join();
-  querier.join();
-
-  std::list<std::string> expected;
-  for (int round = 0; round < 2 * kRounds; ++round) {
-    if (round % 4 >= 2) expected.push_back("n" + std::to_string(round));
-  }
-  expected.sort();
+  const auto fleet = std::make_shared<const Identity>(Identity{"", "fleet"});
+  auto namespaces = CliImpl::Namespace_Svc::AsyncServiceImpl::GetInstance(store_);
+  const auto expected = Churn<CliImpl::MetadataContainer, CliSpec>(
+      *store_, paths, "n",
+      [this](const std::string& id) {
+        EXPECT_EQ(store_->ListCommands("fleet." + id).size(), 1u) << id;
+      },
+      [&] {
+        for (const auto& id : store_->ListNamespaces())
+          store_->NamespaceInfo(id);
+        const auto info = store_->NamespaceInfo(fleet);
+        if (info) {
+          EXPECT_FALSE(info->children.empty());
+        }
+        store_->NamespaceFingerprint();
+        namespaces->List(nullptr, Ostra::AsyncResult<std::list<std::shared_ptr<const Identity>>>(
+                                      [](const auto&, const auto&, const auto&, const auto&) {}));
+      });
   EXPECT_EQ(store_->ListSources(), expected);
   EXPECT_EQ(store_->ListCommands(boost::none).size(), expected.size());
-  EXPECT_EQ(store_->NamespaceInfo(std::make_shared<const Identity>(Identity{"", "fleet"}))
-                ->children.size(),
-            expected.size());
+  EXPECT_EQ(store_->NamespaceInfo(fleet)->children.size(), expected.size());
 }
 
 }  // namespace
