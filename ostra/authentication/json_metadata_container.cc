@@ -36,10 +36,6 @@ std::shared_ptr<MetadataContainer> MetadataContainer::GetInstance() {
   return std::make_shared<JsonMetadataContainer>();
 }
 
-bool AuthenticationSources::Parse(std::istream& in, SourceData& source, Messages& messages) {
-  return JsonMetadataParser::LoadMetadata(in, Register(source), messages);
-}
-
 bool AuthenticationSources::ParseDocument(const JsonDocument& document, SourceData& source,
                                           Messages& messages) {
   return JsonMetadataParser::LoadMetadataFromDoc(document, Register(source), messages);

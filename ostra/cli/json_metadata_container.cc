@@ -27,10 +27,6 @@ std::shared_ptr<MetadataContainer> MetadataContainer::GetInstance() {
   return std::make_shared<JsonMetadataContainer>();
 }
 
-bool CliSources::Parse(std::istream& in, SourceData& source, Messages& messages) {
-  return MetadataParser::LoadMetadata(in, Register(source), messages);
-}
-
 bool CliSources::ParseDocument(const JsonDocument& document, SourceData& source,
                                Messages& messages) {
   return MetadataParser::LoadMetadataFromDoc(document, Register(source), messages);

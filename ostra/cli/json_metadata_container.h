@@ -24,7 +24,6 @@ struct CliSources {
   static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData& source) {
     return source.createSpec;
   }
-  static bool Parse(std::istream& in, SourceData& source, Messages& messages);
   static bool ParseDocument(const JsonDocument& document, SourceData& source, Messages& messages);
   static void Stamp(SourceData& source, const std::string& fingerprint);
   static const std::string& SourceFingerprint(const SourceData& source) {

@@ -105,17 +105,6 @@ std::shared_ptr<MetadataContainer> MetadataContainer::GetInstance() {
   return std::make_shared<JsonMetadataContainer>();
 }
 
-bool MetamodelSources::Parse(std::istream& in, SourceData& source, Messages& messages) {
-  return JsonMetadataParser::LoadMetadata(
-      in,
-      {[&source](const auto& component) { source.RegisterComponentNode(component); },
-       [&source](const std::string& resource) { source.RegisterResoure(resource); },
-       [&source](const std::string& resource, const std::string& model) {
-         source.RegisterModel(resource, model);
-       }},
-      messages);
-}
-
 bool MetamodelSources::ParseDocument(const JsonDocument& document, SourceData& source,
                                      Messages& messages) {
   return JsonMetadataParser::LoadMetadataFromDoc(

@@ -1,8 +1,11 @@
 #include "ostra/provider/parsed_metadata.h"
 
 #include <rapidjson/istreamwrapper.h>
+#include <rapidjson/memorystream.h>
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "ostra/core/crc32.h"
 
@@ -10,17 +13,79 @@ namespace Ostra {
 namespace Provider {
 namespace Metadata {
 
-void ParseJson(std::istream& in, JsonDocument& document) {
+namespace {
+
+// Reads the rest of a seekable stream into `text` in large blocks, sized up front where the
+// stream tells its end. Answers false, reading nothing, for a stream that is not good or cannot
+// tell its position (a pipe, say): those are parsed through the stream wrapper instead.
+bool ReadRest(std::istream& in, std::string& text) {
+  if (!in.good()) return false;
+  const std::streamoff start = in.tellg();
+  if (start < 0) return false;
+  std::streambuf& buffer = *in.rdbuf();
+  const std::streamoff end = buffer.pubseekoff(0, std::ios::end, std::ios::in);
+  if (buffer.pubseekpos(start, std::ios::in) != start) return false;
+  if (end > start) {
+    // Read what the stream said it holds; stop there unless it holds more after all.
+    text.resize(static_cast<std::size_t>(end - start));
+    const std::streamsize got = buffer.sgetn(&text[0], static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(std::max<std::streamsize>(got, 0)));
+    if (buffer.sgetc() == std::char_traits<char>::eof()) return true;
+  }
+  constexpr std::size_t kBlock = 1 << 16;
+  for (;;) {
+    const std::size_t size = text.size();
+    text.resize(size + kBlock);
+    const std::streamsize got = buffer.sgetn(&text[size], static_cast<std::streamsize>(kBlock));
+    text.resize(size + static_cast<std::size_t>(std::max<std::streamsize>(got, 0)));
+    if (got <= 0) return true;
+  }
+}
+
+// The same reading through rapidjson's stream wrapper, which takes one character at a time.
+void ParseWrapped(std::istream& in, JsonDocument& document) {
   rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
   document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+}
+
+// Parses bytes in memory. This gives the same document, error code and offset as the stream
+// wrapper: both read the bytes as they are (a byte-order mark is not skipped, unlike rapidjson's
+// Parse(text, length)) and show a NUL both at the end and for an embedded NUL byte.
+void ParseBytes(const std::string& text, JsonDocument& document) {
+  rapidjson::MemoryStream bytes(text.data(), text.size());
+  document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(bytes);
+}
+
+}  // namespace
+
+void ParseJson(std::istream& in, JsonDocument& document) {
+  std::string text;
+  if (!ReadRest(in, text)) {
+    ParseWrapped(in, document);
+    return;
+  }
+  ParseBytes(text, document);
 }
 
 std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>&) {
   auto parsed = std::make_shared<ParsedMetadata>();
   parsed->document = std::make_unique<JsonDocument>();
-  ParseJson(in, *parsed->document);
 
-  // Reading to the end leaves the stream failed; clear that so the rewind can happen.
+  // A stream at its start is read once: parsed and fingerprinted from the same bytes.
+  std::string text;
+  if (in.good() && in.tellg() == 0 && ReadRest(in, text)) {
+    ParseBytes(text, *parsed->document);
+    CRC32 crc;
+    crc.Update(text);
+    std::string fingerprint = crc.Hexdigest();
+    parsed->fingerprint.swap(fingerprint);
+    in.clear();
+    return parsed;
+  }
+
+  ParseJson(in, *parsed->document);
+  // Reading to the end leaves the stream failed; clear that so the rewind can happen. A stream
+  // that cannot be rewound is fingerprinted over whatever it still delivers.
   in.clear();
   in.seekg(0);
   std::string fingerprint = CRC32(in).Hexdigest();

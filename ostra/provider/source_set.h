@@ -7,8 +7,7 @@
 //     using CreateSpec = ...;   // SourceSvc::CreateSpec of the domain
 //     static constexpr const char* kSourceExistsId, kSourceNotFoundId, kSourceFileNotFoundId;
 //     static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData&);
-//     static bool Parse(std::istream&, SourceData&, Messages&);         // the domain parser
-//     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);
+//     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);  // the domain parser
 //     static void Stamp(SourceData&, const std::string& fingerprint);   // all its fingerprints
 //     static const std::string& SourceFingerprint(const SourceData&);
 //   };
@@ -70,15 +69,16 @@ class SourceSet {
           Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));
       return nullptr;
     }
+    // The file is read once, parsed and fingerprinted from the same bytes.
     Messages messages;
-    if (!Domain::Parse(file, *source, messages)) {
+    const auto parsed = ParseStream(file, messages);
+    file.close();
+    if (!Domain::ParseDocument(*parsed->document, *source, messages)) {
       error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(
           std::move(messages));
       return nullptr;
     }
-    file.clear();
-    file.seekg(0);
-    Domain::Stamp(*source, CRC32(file).Hexdigest());
+    Domain::Stamp(*source, parsed->fingerprint);
     return source;
   }
 

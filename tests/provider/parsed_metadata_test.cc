@@ -7,12 +7,16 @@
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <vector>
+
+#include <rapidjson/istreamwrapper.h>
 
 #include "ostra/core/crc32.h"
 
 namespace {
 
 using Ostra::Provider::Metadata::FindMember;
+using Ostra::Provider::Metadata::JsonDocument;
 using Ostra::Provider::Metadata::ParsedMetadata;
 using Ostra::Provider::Metadata::ParseStream;
 using Ostra::Provider::Metadata::ValToString;
@@ -110,6 +114,83 @@ TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
   EXPECT_EQ(a->value.GetInt(), 1);
   EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
   EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
+}
+
+// What reading through rapidjson's stream wrapper, rewinding and fingerprinting the stream gives:
+// the reference that the in-memory load must match for every input.
+struct Reference {
+  JsonDocument document;
+  std::string fingerprint;
+  explicit Reference(std::istream& in) {
+    rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
+    document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+    in.clear();
+    in.seekg(0);
+    fingerprint = Ostra::CRC32(in).Hexdigest();
+  }
+};
+
+void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
+  std::istringstream referenceIn(text), fastIn(text);
+  referenceIn.seekg(start);
+  fastIn.seekg(start);
+  const Reference reference(referenceIn);
+  std::list<Ostra::BaseMessage> messages;
+  const auto parsed = ParseStream(fastIn, messages);
+  const auto& document = *parsed->document;
+  const std::string shown = text.substr(0, 60);
+  EXPECT_EQ(document.GetParseError(), reference.document.GetParseError()) << shown;
+  EXPECT_EQ(document.GetErrorOffset(), reference.document.GetErrorOffset()) << shown;
+  EXPECT_EQ(parsed->fingerprint, reference.fingerprint) << shown;
+  if (!document.HasParseError()) {
+    EXPECT_TRUE(document == reference.document) << shown;
+  }
+  EXPECT_TRUE(messages.empty());
+  EXPECT_TRUE(fastIn.good());  // rewound and readable, as after the reference
+}
+
+TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
+  std::string nulInString = R"({"a":"x)";
+  nulInString += '\0';
+  nulInString += R"(y"})";
+  std::string nulAfterRoot = "{} ";
+  nulAfterRoot += '\0';
+  nulAfterRoot += "junk";
+  const std::string big = "[" + std::string(200000, ' ') + R"("long", 1.5e300, -0, true])";
+  for (const std::string& text :
+       std::vector<std::string>{"",
+                                " ",
+                                "\n\t",
+                                "{}",
+                                "{} x",
+                                "{}\n",
+                                "[1,2,",
+                                R"({"a":1,})",
+                                R"({"a" 1})",
+                                R"("\uD800")",
+                                R"("\x")",
+                                "01",
+                                "1e999",
+                                "nul",
+                                "[tru]",
+                                "\xEF\xBB\xBF{}",
+                                "\xff\xfe",
+                                R"({"cli":[]} // comment)",
+                                nulInString,
+                                nulAfterRoot,
+                                big,
+                                std::string(3000, '[') + std::string(3000, ']'),
+                                std::string(70000, '{')}) {
+    ExpectSameAsReference(text);
+  }
+  for (const char* name : {"metamodel.json", "authentication.json", "cli.json"}) {
+    std::ifstream file(std::string(OSTRA_EXAMPLES_DIR "/") + name, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    ExpectSameAsReference(text.str());
+    // A stream that does not start at 0: parsed from there, fingerprinted from 0.
+    ExpectSameAsReference(text.str(), 40);
+  }
 }
 
 }  // namespace
