@@ -1,6 +1,10 @@
 #include "ostra/metamodel/json_metadata_parser.h"
 
+#include <array>
 #include <list>
+#include <map>
+#include <string>
+#include <tuple>
 #include <utility>
 
 namespace Ostra {
@@ -55,6 +59,48 @@ std::shared_ptr<const Type> BuiltinTypeOf(const BuiltinType& builtin) {
   type->builtin_type = builtin;
   return type;
 }
+
+// The type references of one document, each distinct type made once: a large document names the
+// same few types thousands of times. Types are immutable, so sharing them changes no answer.
+class TypePool {
+ public:
+  std::shared_ptr<const Type> Builtin(const BuiltinType& builtin) {
+    auto& type = builtins_[builtin.GetOrdinal()];
+    if (!type) type = BuiltinTypeOf(builtin);
+    return type;
+  }
+
+  std::shared_ptr<const Type> UserDefined(std::shared_ptr<UserDefinedType> user) {
+    auto& type = userDefined_[{user->resource_type, user->resource_id}];
+    if (!type) {
+      auto made = std::make_shared<Type>();
+      made->category = Category::USER_DEFINED;
+      made->user_defined_type = std::move(user);
+      type = std::move(made);
+    }
+    return type;
+  }
+
+  // Element types are pooled already, so equal instantiations have the same element pointers.
+  std::shared_ptr<const Type> Generic(std::shared_ptr<GenericInstantiation> generic) {
+    auto& type = generic_[{generic->generic_type.GetOrdinal(), generic->element_type.get(),
+                           generic->map_key_type.get(), generic->map_value_type.get()}];
+    if (!type) {
+      auto made = std::make_shared<Type>();
+      made->category = Category::GENERIC;
+      made->generic_instantiation = std::move(generic);
+      type = std::move(made);
+    }
+    return type;
+  }
+
+ private:
+  std::array<std::shared_ptr<const Type>, BuiltinType::UNKNOWN> builtins_;
+  std::map<std::pair<std::string, std::string>, std::shared_ptr<const Type>> userDefined_;
+  std::map<std::tuple<std::size_t, const Type*, const Type*, const Type*>,
+           std::shared_ptr<const Type>>
+      generic_;
+};
 
 // One read of one document: the callbacks to fire and the messages to append to.
 class Reader {
@@ -235,7 +281,7 @@ class Reader {
     switch (category.Value().GetValue()) {
       case Category::BUILTIN: {
         const JsonMember<BuiltinType> builtin(json, "primitive_type", ConvertBuiltin, messages_);
-        return builtin ? BuiltinTypeOf(builtin.Value()) : nullptr;
+        return builtin ? types_.Builtin(builtin.Value()) : nullptr;
       }
       case Category::USER_DEFINED: {
         auto user = std::make_shared<UserDefinedType>();
@@ -247,10 +293,7 @@ class Reader {
         if (user->resource_type == "Enumeration") {
           user->resource_type = "com.corvane.ostra.enumeration";
         }
-        auto type = std::make_shared<Type>();
-        type->category = Category::USER_DEFINED;
-        type->user_defined_type = std::move(user);
-        return type;
+        return types_.UserDefined(std::move(user));
       }
       case Category::GENERIC: {
         auto generic = std::make_shared<GenericInstantiation>();
@@ -272,10 +315,7 @@ class Reader {
           default:
             return nullptr;
         }
-        auto type = std::make_shared<Type>();
-        type->category = Category::GENERIC;
-        type->generic_instantiation = std::move(generic);
-        return type;
+        return types_.Generic(std::move(generic));
       }
       default:
         return nullptr;
@@ -412,6 +452,7 @@ class Reader {
 
   const Callbacks& callbacks_;
   Messages& messages_;
+  TypePool types_;
 };
 
 }  // namespace

@@ -1,0 +1,59 @@
+// ostra-memory: resident memory that a loaded 10 MiB Metamodel source costs, and the peak while
+// it loads, as multiples of the file size. Linux only: reads /proc/self/status and resets the
+// peak through /proc/self/clear_refs.
+#include <malloc.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "generator.h"
+#include "ostra/metadata_services.h"
+
+namespace {
+
+// A field of /proc/self/status in KiB ("VmRSS", "VmHWM").
+long StatusKiB(const std::string& field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind(field + ":", 0) == 0) return std::stol(line.substr(field.size() + 1));
+  }
+  return -1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::size_t mib = argc > 1 ? std::stoul(argv[1]) : 10;
+  std::string path;
+  std::size_t size = 0;
+  {
+    const std::string text = OstraBench::MetamodelDocument(mib * OstraBench::kMiB);
+    size = text.size();
+    path = OstraBench::WriteTemp("memory-metamodel.json", text);
+  }
+  auto store = Ostra::Provider::Metadata::Metamodel::MetadataContainer::GetInstance();
+  malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << "5";  // the peak starts again from here
+  const long before = StatusKiB("VmRSS");
+
+  const auto error =
+      Ostra::Provider::Metadata::ProviderHelper::LoadMetamodelMetadataFile("m", path, store);
+  if (error) {
+    std::cerr << "the document did not load\n";
+    return 1;
+  }
+  const long peak = StatusKiB("VmHWM");
+  malloc_trim(0);
+  const long after = StatusKiB("VmRSS");
+  std::remove(path.c_str());
+
+  const double file = static_cast<double>(size) / 1024.0;
+  std::printf("file              %8.1f MiB\n", file / 1024.0);
+  std::printf("resident growth   %8.1f MiB  %5.2f x file\n", (after - before) / 1024.0,
+              (after - before) / file);
+  std::printf("peak during load  %8.1f MiB  %5.2f x file\n", (peak - before) / 1024.0,
+              (peak - before) / file);
+  return 0;
+}
