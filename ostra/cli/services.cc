@@ -8,6 +8,20 @@ namespace Cli {
 using Activation = std::shared_ptr<Core::AsyncActivation>;
 constexpr const char* kNamespaceNotFound = "ostra.metada.cli.namespace.not.found";
 
+namespace {
+// Completes with the record, or with NotFound naming the identity; the name is only made when
+// it is needed.
+template <class T, class Identity>
+void CompleteOrNotFoundNamed(const AsyncResult<T>& result, T record, const char* id,
+                             const std::shared_ptr<const Identity>& identity) {
+  if (record) {
+    result(std::move(record));
+  } else {
+    CompleteOrNotFound(result, record, id, QualifiedName(identity));
+  }
+}
+}  // namespace
+
 namespace Namespace_Svc {
 void AsyncServiceImpl::List(const Activation&,
                             const AsyncResult<std::list<std::shared_ptr<const Identity>>>& result) {
@@ -16,8 +30,8 @@ void AsyncServiceImpl::List(const Activation&,
 void AsyncServiceImpl::Get(
     const std::shared_ptr<const Identity>& identity, const Activation&,
     const AsyncResult<std::shared_ptr<const Binding::Namespace_Svc::Info>>& result) {
-  CompleteOrNotFound(result, container_->NamespaceInfo(identity), kNamespaceNotFound,
-                     QualifiedName(identity));
+  CompleteOrNotFoundNamed(result, container_->NamespaceInfo(identity), kNamespaceNotFound,
+                          identity);
 }
 void AsyncServiceImpl::Fingerprint(const Activation&, const AsyncResult<std::string>& result) {
   result(container_->NamespaceFingerprint());
@@ -37,8 +51,8 @@ void AsyncServiceImpl::List(const boost::optional<std::string>& ns, const Activa
 void AsyncServiceImpl::Get(
     const std::shared_ptr<const Identity>& identity, const Activation&,
     const AsyncResult<std::shared_ptr<const Binding::CommandSvc::Info>>& result) {
-  CompleteOrNotFound(result, container_->CommandInfo(identity),
-                     "ostra.metada.cli.command.not.found", QualifiedName(identity));
+  CompleteOrNotFoundNamed(result, container_->CommandInfo(identity),
+                          "ostra.metada.cli.command.not.found", identity);
 }
 void AsyncServiceImpl::Fingerprint(const Activation&, const AsyncResult<std::string>& result) {
   result(container_->CommandFingerprint());

@@ -1,10 +1,10 @@
 // Asynchronous results: how a service operation hands back its value or its error.
 #pragma once
 
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -58,25 +58,24 @@ class AsyncResult {
   explicit AsyncResult(ResultCb callback) : state_(std::make_shared<State>(std::move(callback))) {}
 
   void operator()(const T& value) const { Complete(boost::optional<T>(value), nullptr); }
+  void operator()(T&& value) const { Complete(boost::optional<T>(std::move(value)), nullptr); }
   void error(const std::shared_ptr<const Data::ErrorValue>& error) const {
     Complete(boost::none, error);
   }
 
  private:
+  // The first completion takes the callback; only it touches `callback`, so a flag suffices.
   struct State {
     explicit State(ResultCb cb) : callback(std::move(cb)) {}
-    std::mutex mutex;
-    ResultCb callback;  // guarded by mutex
+    std::atomic<bool> completed{false};
+    ResultCb callback;
   };
 
   void Complete(const boost::optional<T>& value,
                 const std::shared_ptr<const Data::ErrorValue>& error) const {
-    ResultCb callback;
-    {
-      std::lock_guard<std::mutex> lock(state_->mutex);
-      callback = std::move(state_->callback);
-      state_->callback = Policy::template AfterCompletion<ResultCb>();
-    }
+    ResultCb callback = state_->completed.exchange(true, std::memory_order_acq_rel)
+                            ? Policy::template AfterCompletion<ResultCb>()
+                            : std::move(state_->callback);
     if (callback) callback(value, error, nullptr, Progress());
   }
 

@@ -1,7 +1,5 @@
 #include "ostra/json/json_member.h"
 
-#include <boost/algorithm/string/case_conv.hpp>
-
 #include <locale>
 
 namespace Ostra {
@@ -24,8 +22,12 @@ const JsonValue* FindMemberValue(const JsonValue& object, const char* name, Mess
   return nullptr;
 }
 
+// What boost::algorithm::to_upper does under the default locale, character by character, with
+// the locale's ctype facet looked up once rather than once per character.
 std::string ToUpper(std::string text) {
-  boost::algorithm::to_upper(text, std::locale());
+  if (text.empty()) return text;
+  const auto& ctype = std::use_facet<std::ctype<char>>(std::locale());
+  ctype.toupper(&text[0], &text[0] + text.size());
   return text;
 }
 

@@ -2,9 +2,8 @@
 
 #include <array>
 #include <list>
-#include <map>
 #include <string>
-#include <tuple>
+#include <unordered_map>
 #include <utility>
 
 namespace Ostra {
@@ -70,9 +69,15 @@ class TypePool {
     return type;
   }
 
-  std::shared_ptr<const Type> UserDefined(std::shared_ptr<UserDefinedType> user) {
-    auto& type = userDefined_[{user->resource_type, user->resource_id}];
+  std::shared_ptr<const Type> UserDefined(std::string resourceType, std::string resourceId) {
+    std::string key = resourceType;
+    key += '\0';
+    key += resourceId;
+    auto& type = userDefined_[std::move(key)];
     if (!type) {
+      auto user = std::make_shared<UserDefinedType>();
+      user->resource_type = std::move(resourceType);
+      user->resource_id = std::move(resourceId);
       auto made = std::make_shared<Type>();
       made->category = Category::USER_DEFINED;
       made->user_defined_type = std::move(user);
@@ -83,8 +88,9 @@ class TypePool {
 
   // Element types are pooled already, so equal instantiations have the same element pointers.
   std::shared_ptr<const Type> Generic(std::shared_ptr<GenericInstantiation> generic) {
-    auto& type = generic_[{generic->generic_type.GetOrdinal(), generic->element_type.get(),
-                           generic->map_key_type.get(), generic->map_value_type.get()}];
+    auto& type =
+        generic_[GenericKey{generic->generic_type.GetOrdinal(), generic->element_type.get(),
+                            generic->map_key_type.get(), generic->map_value_type.get()}];
     if (!type) {
       auto made = std::make_shared<Type>();
       made->category = Category::GENERIC;
@@ -95,11 +101,29 @@ class TypePool {
   }
 
  private:
+  struct GenericKey {
+    std::size_t kind;
+    const Type* element;
+    const Type* key;
+    const Type* value;
+    bool operator==(const GenericKey& other) const {
+      return kind == other.kind && element == other.element && key == other.key &&
+             value == other.value;
+    }
+  };
+  struct HashGenericKey {
+    std::size_t operator()(const GenericKey& k) const {
+      std::size_t hash = k.kind;
+      for (const Type* part : {k.element, k.key, k.value})
+        hash = hash * 1000003u ^ std::hash<const Type*>()(part);
+      return hash;
+    }
+  };
+
   std::array<std::shared_ptr<const Type>, BuiltinType::UNKNOWN> builtins_;
-  std::map<std::pair<std::string, std::string>, std::shared_ptr<const Type>> userDefined_;
-  std::map<std::tuple<std::size_t, const Type*, const Type*, const Type*>,
-           std::shared_ptr<const Type>>
-      generic_;
+  // Keyed by resource type, a NUL, and resource id.
+  std::unordered_map<std::string, std::shared_ptr<const Type>> userDefined_;
+  std::unordered_map<GenericKey, std::shared_ptr<const Type>, HashGenericKey> generic_;
 };
 
 // One read of one document: the callbacks to fire and the messages to append to.
@@ -284,16 +308,14 @@ class Reader {
         return builtin ? types_.Builtin(builtin.Value()) : nullptr;
       }
       case Category::USER_DEFINED: {
-        auto user = std::make_shared<UserDefinedType>();
-        if (!Text(json, "user_defined_type", user->resource_type) ||
-            !Text(json, "user_defined_type_name", user->resource_id)) {
+        std::string resourceType, resourceId;
+        if (!Text(json, "user_defined_type", resourceType) ||
+            !Text(json, "user_defined_type_name", resourceId)) {
           return nullptr;
         }
-        if (user->resource_type == "Structure") user->resource_type = "com.corvane.ostra.structure";
-        if (user->resource_type == "Enumeration") {
-          user->resource_type = "com.corvane.ostra.enumeration";
-        }
-        return types_.UserDefined(std::move(user));
+        if (resourceType == "Structure") resourceType = "com.corvane.ostra.structure";
+        if (resourceType == "Enumeration") resourceType = "com.corvane.ostra.enumeration";
+        return types_.UserDefined(std::move(resourceType), std::move(resourceId));
       }
       case Category::GENERIC: {
         auto generic = std::make_shared<GenericInstantiation>();

@@ -93,9 +93,18 @@ std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMess
   return parsed;
 }
 
+// Equal as C strings: the member name up to its first NUL equals `name`. Comparing lengths first
+// gives the same answer as strcmp without reading most names to their end.
 JsonValue::ConstMemberIterator FindMember(const JsonValue& object, const char* name) {
+  const std::size_t length = std::strlen(name);
   for (auto it = object.MemberBegin(); it != object.MemberEnd(); ++it) {
-    if (std::strcmp(it->name.GetString(), name) == 0) return it;
+    const std::size_t memberLength = it->name.GetStringLength();
+    if (memberLength < length) continue;
+    const char* member = it->name.GetString();
+    if (std::memcmp(member, name, length) == 0 &&
+        (memberLength == length || member[length] == '\0')) {
+      return it;
+    }
   }
   return object.MemberEnd();
 }

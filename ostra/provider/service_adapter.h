@@ -44,22 +44,22 @@ inline bool IsAbsent(const std::string& value) {
 // Completes `result` with `value`, or, when it is absent, with NotFound carrying the catalogue
 // message `id` filled with `args`.
 template <class T, class Value, class... Args>
-void CompleteOrNotFound(const AsyncResult<T>& result, const Value& value, const char* id,
+void CompleteOrNotFound(const AsyncResult<T>& result, Value value, const char* id,
                         const Args&... args) {
   if (IsAbsent(value)) {
     result.error(MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(id, args...));
   } else {
-    result(value);
+    result(std::move(value));
   }
 }
 
 template <class T, class... Args>
-void CompleteOrNotFound(const AsyncResult<T>& result, const boost::optional<T>& value,
-                        const char* id, const Args&... args) {
+void CompleteOrNotFound(const AsyncResult<T>& result, boost::optional<T> value, const char* id,
+                        const Args&... args) {
   if (!value) {
     result.error(MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(id, args...));
   } else {
-    result(*value);
+    result(std::move(*value));
   }
 }
 

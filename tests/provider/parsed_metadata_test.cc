@@ -114,6 +114,12 @@ TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
   EXPECT_EQ(a->value.GetInt(), 1);
   EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
   EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
+
+  // Names compare as C strings: up to a name's first NUL, and no further.
+  const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
+  EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);
+  EXPECT_EQ(FindMember(*nul->document, "ab")->value.GetInt(), 1);
+  EXPECT_EQ(FindMember(*nul->document, "abcd"), nul->document->MemberEnd());
 }
 
 // What reading through rapidjson's stream wrapper, rewinding and fingerprinting the stream gives:
