@@ -72,7 +72,7 @@ TEST_F(ProviderHelperLoadTest, LoadsAreTheStoresOwnAnswers) {
   EXPECT_EQ(KindOf(*missing), Kind::NOT_FOUND);
   EXPECT_EQ(OnlyMessage(*missing), "ostra.metada.metamodel.source.file.not.found: /no/such.json");
 
-  // The parsed form: the spec names no file.
+  // The parsed form: the created source names no file.
   const auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
   std::istringstream in(R"({"authentication":{"component":{"name":"c"}}})");
   Metadata::Messages none;

@@ -91,7 +91,7 @@ TEST_F(ToolTest, ArgumentErrorsAreUsageErrors) {
 TEST_F(ToolTest, CallsAnswerJsonOrTheErrorWithItsMessages) {
   const std::string cli = "fleet=" + examples_ + "/cli.json";
   ToolRun run = Tool({"--cli", cli, "call", "cli.command", "get",
-                  R"({"identity":{"path":"fleet.routes","name":"fly"}})"});
+                      R"({"identity":{"path":"fleet.routes","name":"fly"}})"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err,
             R"({"kind":"NOT_FOUND","messages":[{"id":"ostra.metada.cli.command.not.found",)"
