@@ -46,24 +46,6 @@ void AuthenticationSources::Stamp(SourceData& source, const std::string& fingerp
   source.componentFingerprint = fingerprint;
 }
 
-std::list<std::string> JsonMetadataContainer::ListComponents() const {
-  return sources_.Read([](const Loaded& sources) { return ListComponentNames(sources); });
-}
-
-std::shared_ptr<const Binding::ComponentData> JsonMetadataContainer::ComponentInfo(
-    const std::string& componentName) const {
-  return sources_.Read([&](const Loaded& sources) {
-    return FindComponentData<Binding::ComponentData>(sources, componentName);
-  });
-}
-
-std::string JsonMetadataContainer::ComponentFingerprint(const std::string& componentName) const {
-  return sources_.Read([&](const Loaded& sources) {
-    const SourceData* source = SourceOfComponent(sources, componentName);
-    return source ? source->componentFingerprint : std::string();
-  });
-}
-
 std::list<std::string> JsonMetadataContainer::ListPackages() const {
   return sources_.Read([](const Loaded& sources) {
     std::list<std::string> ids;

@@ -32,12 +32,9 @@ struct AuthenticationSources {
   }
 };
 
-class JsonMetadataContainer final : public SourceStore<MetadataContainer, AuthenticationSources> {
+class JsonMetadataContainer final
+    : public ComponentStore<MetadataContainer, AuthenticationSources, Binding::ComponentData> {
  public:
-  std::list<std::string> ListComponents() const override;
-  std::shared_ptr<const Binding::ComponentData> ComponentInfo(
-      const std::string& componentName) const override;
-  std::string ComponentFingerprint(const std::string& componentName) const override;
   std::list<std::string> ListPackages() const override;
   std::shared_ptr<const Binding::PackageInfo> PackageInfo(
       const std::string& packageId) const override;

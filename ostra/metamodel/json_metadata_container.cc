@@ -122,24 +122,6 @@ void MetamodelSources::Stamp(SourceData& source, const std::string& fingerprint)
   source.componentFingerprint = fingerprint;
 }
 
-std::list<std::string> JsonMetadataContainer::ListComponents() const {
-  return sources_.Read([](const Loaded& sources) { return ListComponentNames(sources); });
-}
-
-std::shared_ptr<const Binding::ComponentData> JsonMetadataContainer::ComponentInfo(
-    const std::string& componentId) const {
-  return sources_.Read([&](const Loaded& sources) {
-    return FindComponentData<Binding::ComponentData>(sources, componentId);
-  });
-}
-
-std::string JsonMetadataContainer::ComponentFingerprint(const std::string& componentId) const {
-  return sources_.Read([&](const Loaded& sources) {
-    const SourceData* source = SourceOfComponent(sources, componentId);
-    return source ? source->componentFingerprint : std::string();
-  });
-}
-
 std::list<std::string> JsonMetadataContainer::ListPackages() const {
   return sources_.Read([](const Loaded& sources) {
     std::list<std::string> names;

@@ -32,12 +32,9 @@ struct MetamodelSources {
   }
 };
 
-class JsonMetadataContainer final : public SourceStore<MetadataContainer, MetamodelSources> {
+class JsonMetadataContainer final
+    : public ComponentStore<MetadataContainer, MetamodelSources, Binding::ComponentData> {
  public:
-  std::list<std::string> ListComponents() const override;
-  std::shared_ptr<const Binding::ComponentData> ComponentInfo(
-      const std::string& componentId) const override;
-  std::string ComponentFingerprint(const std::string& componentId) const override;
   std::list<std::string> ListPackages() const override;
   std::shared_ptr<const Binding::PackageInfo> PackageInfo(
       const std::string& packageId) const override;

@@ -235,41 +235,6 @@ class SourceSet {
   mutable std::mutex mutex_;
 };
 
-// Component queries of the domains whose sources hold components by name, each with the
-// fingerprint its source reports (`components`, `componentFingerprint`). `sources` is what
-// SourceSet::Read hands over: the loaded sources in id order.
-template <class SourceData>
-std::list<std::string> ListComponentNames(const std::vector<const SourceData*>& sources) {
-  std::list<std::string> names;
-  for (const SourceData* source : sources) {
-    for (const auto& component : source->components)
-      names.push_back(component.first);
-  }
-  return names;
-}
-
-// The first source (by id) that holds the component, or null.
-template <class SourceData>
-const SourceData* SourceOfComponent(const std::vector<const SourceData*>& sources,
-                                    const std::string& name) {
-  for (const SourceData* source : sources) {
-    if (source->components.count(name) != 0) return source;
-  }
-  return nullptr;
-}
-
-// The component of the first source that holds it, paired with that source's fingerprint.
-template <class ComponentData, class SourceData>
-std::shared_ptr<const ComponentData> FindComponentData(
-    const std::vector<const SourceData*>& sources, const std::string& name) {
-  const SourceData* source = SourceOfComponent(sources, name);
-  if (source == nullptr) return nullptr;
-  auto data = std::make_shared<ComponentData>();
-  data->info = source->components.at(name);
-  data->fingerprint = source->componentFingerprint;
-  return data;
-}
-
 // Implements the source operations of a domain's store interface over a SourceSet; the domain's
 // store derives from it and adds its queries, which read `sources_`.
 template <class Interface, class Domain>
@@ -311,6 +276,53 @@ class SourceStore : public Interface {
 
  protected:
   Sources sources_;
+};
+
+// The component queries of the domains whose sources hold components by name (`components`),
+// each answered with the fingerprint its source reports (`componentFingerprint`): the list in
+// source order, and the first source that holds a name.
+template <class Interface, class Domain, class ComponentData>
+class ComponentStore : public SourceStore<Interface, Domain> {
+ public:
+  using SourceData = typename Domain::SourceData;
+  using Loaded = std::vector<const SourceData*>;
+
+  std::list<std::string> ListComponents() const override {
+    return this->sources_.Read([](const Loaded& sources) {
+      std::list<std::string> names;
+      for (const SourceData* source : sources) {
+        for (const auto& component : source->components)
+          names.push_back(component.first);
+      }
+      return names;
+    });
+  }
+
+  std::shared_ptr<const ComponentData> ComponentInfo(const std::string& name) const override {
+    return this->sources_.Read([&](const Loaded& sources) -> std::shared_ptr<const ComponentData> {
+      const SourceData* source = SourceOf(sources, name);
+      if (source == nullptr) return nullptr;
+      auto data = std::make_shared<ComponentData>();
+      data->info = source->components.at(name);
+      data->fingerprint = source->componentFingerprint;
+      return data;
+    });
+  }
+
+  std::string ComponentFingerprint(const std::string& name) const override {
+    return this->sources_.Read([&](const Loaded& sources) {
+      const SourceData* source = SourceOf(sources, name);
+      return source ? source->componentFingerprint : std::string();
+    });
+  }
+
+ private:
+  static const SourceData* SourceOf(const Loaded& sources, const std::string& name) {
+    for (const SourceData* source : sources) {
+      if (source->components.count(name) != 0) return source;
+    }
+    return nullptr;
+  }
 };
 
 }  // namespace Metadata

@@ -73,7 +73,7 @@ int CrossCheck(const Host& host, std::ostream& out) {
     if (!command) continue;
     const auto& info = **command;
     if (defined.count({info.service_id, info.operation_id}) == 0) {
-      out << "cli command " << (id->path.empty() ? "" : id->path + ".") << id->name << " calls "
+      out << "cli command " << Ostra::Provider::Metadata::Cli::QualifiedName(id) << " calls "
           << info.service_id << "." << info.operation_id << ", which no Metamodel source defines\n";
       ++mismatches;
     }

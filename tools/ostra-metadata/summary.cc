@@ -15,6 +15,7 @@ namespace M = Com::Corvane::Ostra::Metadata::Metamodel;
 namespace A = Com::Corvane::Ostra::Metadata::Authentication;
 namespace C = Com::Corvane::Ostra::Metadata::Cli;
 using Names = std::list<std::string>;
+using Ostra::Provider::Metadata::Cli::QualifiedName;
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -186,17 +187,12 @@ class Summary {
     // Commands whose namespace was never declared.
     using Commands = std::list<std::shared_ptr<const C::CommandSvc::Identity>>;
     for (const auto& id : host_.Get<Commands>("cli.command", "list").value_or(Commands())) {
-      if (commands_.count(Qualified(*id)) == 0) Command(id, 1);
+      if (commands_.count(QualifiedName(id)) == 0) Command(id, 1);
     }
   }
 
-  template <class Identity>
-  static std::string Qualified(const Identity& id) {
-    return id.path.empty() ? id.name : id.path + "." + id.name;
-  }
-
   void Namespace(const std::shared_ptr<const C::Namespace_Svc::Identity>& id, int depth) {
-    const std::string path = Qualified(*id);
+    const std::string path = QualifiedName(id);
     if (!namespaces_.insert(path).second) return;  // the root lists itself
     const auto info = host_.Get<std::shared_ptr<const C::Namespace_Svc::Info>>(
         "cli.namespace", "get", Input().Add("identity", id));
@@ -217,7 +213,7 @@ class Summary {
   }
 
   void Command(const std::shared_ptr<const C::CommandSvc::Identity>& id, int depth) {
-    commands_.insert(Qualified(*id));
+    commands_.insert(QualifiedName(id));
     const auto info = host_.Get<std::shared_ptr<const C::CommandSvc::Info>>(
         "cli.command", "get", Input().Add("identity", id));
     if (!info) return;
