@@ -164,12 +164,6 @@ TEST_F(CliStoreTest, SourceFaultsChangeNothing) {
             "ostra.metada.cli.source.exists: a");
   EXPECT_EQ(OnlyMessage(*store_->DeleteSource("zz")), "ostra.metada.cli.source.not.found: zz");
 
-  auto remote = std::make_shared<Spec>(*FileSpec<Spec>(""));
-  remote->type = Binding::SourceSvc::SourceType::REMOTE;
-  const auto unsupported = store_->CreateSource("r", remote);
-  EXPECT_EQ(KindOf(*unsupported), Kind::UNSUPPORTED);
-  EXPECT_TRUE(Ostra::Data::ErrorFactory::GetMessages(*unsupported).empty());
-
   // A reload of an unknown id pairs the "exists" message with NotFound.
   const auto unknown = store_->ReloadSource(std::string("zz"));
   EXPECT_EQ(KindOf(*unknown), Kind::NOT_FOUND);
@@ -177,13 +171,6 @@ TEST_F(CliStoreTest, SourceFaultsChangeNothing) {
             "Cli source already exists: zz");
   EXPECT_EQ(store_->ListSources(), std::list<std::string>{"a"});
   EXPECT_EQ(Names(store_->ListNamespaces()), (std::vector<std::string>{"/", "/n"}));
-
-  std::istringstream in(Doc({CmdNode("", "c", "o")}));
-  Ostra::Provider::Metadata::Messages none;
-  const auto parsed = Ostra::Provider::Metadata::ParseStream(in, none);
-  EXPECT_EQ(store_->CreateSourceFromMetadata("p", *parsed, FileSpec<Spec>("")), nullptr);
-  EXPECT_EQ(store_->CommandInfo(Cmd("", "c"))->operation_id, "o");
-  EXPECT_EQ(store_->SourceFingerprint(std::string("p")), Crc(parsed->fingerprint));
 }
 
 }  // namespace
