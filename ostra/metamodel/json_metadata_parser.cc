@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace Ostra {
 namespace Provider {
@@ -299,49 +300,108 @@ class Reader {
   }
 
   // A type reference: builtin, user-defined or generic, nested without a depth limit of its own.
+  // Generic types are read depth first without recursion, so that a deeply nested reference
+  // cannot exhaust a small thread stack; the first fault ends the whole reference.
   std::shared_ptr<const Type> TypeReference(const JsonValue& json) {
+    std::vector<OpenGeneric> open;  // generic types whose nested types are being read
+    const JsonValue* next = &json;
+    for (;;) {
+      std::shared_ptr<const Type> type;
+      std::shared_ptr<GenericInstantiation> generic;
+      if (!TypeHead(*next, type, generic)) return nullptr;
+      if (generic) open.push_back(OpenGeneric{std::move(generic), next, 0});
+      // Pass finished types up until a generic type still has a nested type to read.
+      for (;;) {
+        if (type) {
+          if (open.empty()) return type;
+          open.back().Set(std::move(type));
+        }
+        if (const char* member = open.back().NextMember()) {
+          next = NestedObject(*open.back().json, member);
+          if (next == nullptr) return nullptr;
+          break;
+        }
+        type = types_.Generic(std::move(open.back().generic));
+        open.pop_back();
+      }
+    }
+  }
+
+  // A generic type being read, and how many of its nested types are read already.
+  struct OpenGeneric {
+    std::shared_ptr<GenericInstantiation> generic;
+    const JsonValue* json;
+    std::size_t read;
+
+    // The member holding the next nested type, or null when all are read. A map has a key and a
+    // value type, the other generic types one element type.
+    const char* NextMember() const {
+      if (generic->generic_type.GetValue() == GenericType::MAP) {
+        return read == 0 ? "map_key_type" : read == 1 ? "map_value_type" : nullptr;
+      }
+      return read == 0 ? "element_type" : nullptr;
+    }
+    void Set(std::shared_ptr<const Type> type) {
+      if (generic->generic_type.GetValue() != GenericType::MAP) {
+        generic->element_type = std::move(type);
+      } else if (read == 0) {
+        generic->map_key_type = std::move(type);
+      } else {
+        generic->map_value_type = std::move(type);
+      }
+      ++read;
+    }
+  };
+
+  // The part of a type reference before its nested types: a builtin or user-defined type is
+  // finished in `type`, a generic one is started in `generic`. False on a fault.
+  bool TypeHead(const JsonValue& json, std::shared_ptr<const Type>& type,
+                std::shared_ptr<GenericInstantiation>& generic) {
     const JsonMember<Category> category(json, "category", ConvertCategory, messages_);
-    if (!category) return nullptr;
+    if (!category) return false;
     switch (category.Value().GetValue()) {
       case Category::BUILTIN: {
         const JsonMember<BuiltinType> builtin(json, "primitive_type", ConvertBuiltin, messages_);
-        return builtin ? types_.Builtin(builtin.Value()) : nullptr;
+        if (builtin) type = types_.Builtin(builtin.Value());
+        return static_cast<bool>(type);
       }
       case Category::USER_DEFINED: {
         std::string resourceType, resourceId;
         if (!Text(json, "user_defined_type", resourceType) ||
             !Text(json, "user_defined_type_name", resourceId)) {
-          return nullptr;
+          return false;
         }
         if (resourceType == "Structure") resourceType = "com.corvane.ostra.structure";
         if (resourceType == "Enumeration") resourceType = "com.corvane.ostra.enumeration";
-        return types_.UserDefined(std::move(resourceType), std::move(resourceId));
+        type = types_.UserDefined(std::move(resourceType), std::move(resourceId));
+        return true;
       }
       case Category::GENERIC: {
-        auto generic = std::make_shared<GenericInstantiation>();
-        if (!Enumerated(json, "generic_type", generic->generic_type)) return nullptr;
+        generic = std::make_shared<GenericInstantiation>();
+        if (!Enumerated(json, "generic_type", generic->generic_type)) return false;
         switch (generic->generic_type.GetValue()) {
           case GenericType::MAP:
-            if (!Object(json, "map_key_type", generic->map_key_type, &Reader::TypeReference) ||
-                !Object(json, "map_value_type", generic->map_value_type, &Reader::TypeReference)) {
-              return nullptr;
-            }
-            break;
           case GenericType::LIST:
           case GenericType::OPTIONAL:
           case GenericType::SET:
-            if (!Object(json, "element_type", generic->element_type, &Reader::TypeReference)) {
-              return nullptr;
-            }
-            break;
+            return true;
           default:
-            return nullptr;
+            return false;
         }
-        return types_.Generic(std::move(generic));
       }
       default:
-        return nullptr;
+        return false;
     }
+  }
+
+  // The object member `name` of `json`, or null with the message of a missing or invalid field.
+  const JsonValue* NestedObject(const JsonValue& json, const char* name) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    if (member != nullptr && !member->IsObject()) {
+      AddMessage(messages_, JsonIds::kInvalidField, name);
+      return nullptr;
+    }
+    return member;
   }
 
   // A metadata table: key to element map, each element a string or a list of strings. Later keys

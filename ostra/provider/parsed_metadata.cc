@@ -4,6 +4,7 @@
 #include <rapidjson/memorystream.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -42,10 +43,79 @@ bool ReadRest(std::istream& in, std::string& text) {
   }
 }
 
+// rapidjson sets a document's parse result only from the reader it runs itself, with the document
+// as the only handler. The depth-limited parse below runs its own reader, so it records the outcome
+// through the one private member it needs; an explicit instantiation may name a private member.
+using ParseResultMember = rapidjson::ParseResult JsonDocument::*;
+ParseResultMember ParseResultOf();
+template <ParseResultMember Member>
+struct ParseResultAccess {
+  friend ParseResultMember ParseResultOf() { return Member; }
+};
+template struct ParseResultAccess<&JsonDocument::parseResult_>;
+
+// Passes every event on to the document and stops the parse at the first array or object nested
+// deeper than kMaxJsonNesting. The reader then reports kParseErrorTermination at that bracket.
+class NestingLimit {
+ public:
+  explicit NestingLimit(JsonDocument& document) : document_(document) {}
+
+  bool Null() { return document_.Null(); }
+  bool Bool(bool b) { return document_.Bool(b); }
+  bool Int(int i) { return document_.Int(i); }
+  bool Uint(unsigned u) { return document_.Uint(u); }
+  bool Int64(std::int64_t i) { return document_.Int64(i); }
+  bool Uint64(std::uint64_t u) { return document_.Uint64(u); }
+  bool Double(double d) { return document_.Double(d); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) {
+    return document_.RawNumber(text, length, copy);
+  }
+  bool String(const char* text, rapidjson::SizeType length, bool copy) {
+    return document_.String(text, length, copy);
+  }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) {
+    return document_.Key(text, length, copy);
+  }
+  bool StartObject() { return Open() && document_.StartObject(); }
+  bool EndObject(rapidjson::SizeType members) {
+    --depth_;
+    return document_.EndObject(members);
+  }
+  bool StartArray() { return Open() && document_.StartArray(); }
+  bool EndArray(rapidjson::SizeType elements) {
+    --depth_;
+    return document_.EndArray(elements);
+  }
+
+ private:
+  bool Open() { return ++depth_ <= kMaxJsonNesting; }
+
+  JsonDocument& document_;
+  std::size_t depth_ = 0;
+};
+
+// Parses `input` into `document` with the strict default flags. rapidjson's iterative reader
+// keeps nesting off the call stack and reports the same error codes and offsets as its recursive
+// one; the nesting limit bounds the memory a deep document can take.
+template <typename Stream>
+void ParseLimited(Stream& input, JsonDocument& document) {
+  rapidjson::ParseResult result;
+  auto parse = [&input, &result](JsonDocument& target) {
+    rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator>
+        reader;
+    NestingLimit handler(target);
+    result = reader.Parse<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag>(input,
+                                                                                          handler);
+    return !result.IsError();
+  };
+  document.Populate(parse);
+  document.*ParseResultOf() = result;
+}
+
 // The same reading through rapidjson's stream wrapper, which takes one character at a time.
 void ParseWrapped(std::istream& in, JsonDocument& document) {
   rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
-  document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+  ParseLimited(wrapper, document);
 }
 
 // Parses bytes in memory. This gives the same document, error code and offset as the stream
@@ -53,7 +123,7 @@ void ParseWrapped(std::istream& in, JsonDocument& document) {
 // Parse(text, length)) and show a NUL both at the end and for an embedded NUL byte.
 void ParseBytes(const std::string& text, JsonDocument& document) {
   rapidjson::MemoryStream bytes(text.data(), text.size());
-  document.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(bytes);
+  ParseLimited(bytes, document);
 }
 
 }  // namespace

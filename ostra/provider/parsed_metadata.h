@@ -1,6 +1,7 @@
 // ParsedMetadata: one JSON metadata document together with the fingerprint of its bytes.
 #pragma once
 
+#include <cstddef>
 #include <istream>
 #include <list>
 #include <memory>
@@ -20,6 +21,13 @@ using JsonDocument =
                                rapidjson::CrtAllocator>;
 using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>,
                                           rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>>;
+
+// The deepest nesting of arrays and objects that a metadata document may have. Real metadata nests
+// a few dozen levels at most (a generic type reference takes two levels per element type); the
+// limit is far above that, yet low enough that readers walking a document recursively stay within
+// a small thread stack. A deeper document fails to parse with kParseErrorTermination at the offset
+// of the first bracket beyond the limit.
+constexpr std::size_t kMaxJsonNesting = 512;
 
 struct ParsedMetadata {
   // The parsed tree, or the parse failure it records (GetParseError(), GetErrorOffset()).
