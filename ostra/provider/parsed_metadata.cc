@@ -94,9 +94,9 @@ class NestingLimit {
   std::size_t depth_ = 0;
 };
 
-// Parses `input` into `document` with the strict default flags. rapidjson's iterative reader
-// keeps nesting off the call stack and reports the same error codes and offsets as its recursive
-// one; the nesting limit bounds the memory a deep document can take.
+// Parses `input` into `document` with the strict default flags, giving the error codes and offsets
+// of rapidjson's recursive reader. Its iterative reader keeps nesting off the call stack; the
+// nesting limit bounds the memory a deep document can take.
 template <typename Stream>
 void ParseLimited(Stream& input, JsonDocument& document) {
   rapidjson::ParseResult result;
@@ -109,6 +109,11 @@ void ParseLimited(Stream& input, JsonDocument& document) {
     return !result.IsError();
   };
   document.Populate(parse);
+  // The iterative reader calls a document that starts with "]", "}", "," or ":" empty; the
+  // recursive reader, whose codes are the ones reported, finds an invalid value there.
+  if (result.Code() == rapidjson::kParseErrorDocumentEmpty && input.Peek() != '\0') {
+    result.Set(rapidjson::kParseErrorValueInvalid, result.Offset());
+  }
   document.*ParseResultOf() = result;
 }
 
