@@ -17,8 +17,10 @@ namespace Metadata {
 namespace {
 
 // Reads the rest of a seekable stream into `text` in large blocks, sized up front where the
-// stream tells its end. Answers false, reading nothing, for a stream that is not good or cannot
-// tell its position (a pipe, say): those are parsed through the stream wrapper instead.
+// stream tells a plausible end. Answers false, reading nothing, for a stream that is not good or
+// cannot tell its position (a pipe, say): those are parsed through the stream wrapper instead.
+// A read error ends the text where it happened (the stream buffer throws what an istream would
+// have caught).
 bool ReadRest(std::istream& in, std::string& text) {
   if (!in.good()) return false;
   const std::streamoff start = in.tellg();
@@ -26,20 +28,31 @@ bool ReadRest(std::istream& in, std::string& text) {
   std::streambuf& buffer = *in.rdbuf();
   const std::streamoff end = buffer.pubseekoff(0, std::ios::end, std::ios::in);
   if (buffer.pubseekpos(start, std::ios::in) != start) return false;
-  if (end > start) {
-    // Read what the stream said it holds; stop there unless it holds more after all.
-    text.resize(static_cast<std::size_t>(end - start));
-    const std::streamsize got = buffer.sgetn(&text[0], static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(std::max<std::streamsize>(got, 0)));
-    if (buffer.sgetc() == std::char_traits<char>::eof()) return true;
-  }
-  constexpr std::size_t kBlock = 1 << 16;
-  for (;;) {
-    const std::size_t size = text.size();
-    text.resize(size + kBlock);
-    const std::streamsize got = buffer.sgetn(&text[size], static_cast<std::streamsize>(kBlock));
-    text.resize(size + static_cast<std::size_t>(std::max<std::streamsize>(got, 0)));
-    if (got <= 0) return true;
+  std::size_t filled = 0;  // bytes read so far
+  try {
+    // Some files tell no true end (a directory may claim an end near 2^63); such ends are not
+    // trusted, the blocks below read what is really there.
+    constexpr std::streamoff kTrustedSize = std::streamoff(1) << 32;
+    if (end > start && end - start <= kTrustedSize) {
+      // Read what the stream said it holds; stop there unless it holds more after all.
+      text.resize(static_cast<std::size_t>(end - start));
+      const std::streamsize got = buffer.sgetn(&text[0], static_cast<std::streamsize>(text.size()));
+      filled = static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
+      text.resize(filled);
+      if (buffer.sgetc() == std::char_traits<char>::eof()) return true;
+    }
+    constexpr std::size_t kBlock = 1 << 16;
+    for (;;) {
+      text.resize(filled + kBlock);
+      const std::streamsize got = buffer.sgetn(&text[filled], static_cast<std::streamsize>(kBlock));
+      filled += static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
+      text.resize(filled);
+      if (got <= 0) return true;
+    }
+  } catch (const std::ios_base::failure&) {
+    text.resize(filled);
+    in.setstate(std::ios::badbit);
+    return true;
   }
 }
 

@@ -17,6 +17,7 @@
 // while files are read. Source indexes are immutable once stored.
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <list>
 #include <map>
@@ -61,9 +62,13 @@ class SourceSet {
                                                 ErrorPtr& error) {
     auto source = std::make_shared<SourceData>(spec);
     if (!CheckFileType(*spec, error)) return nullptr;
-    // A spec without a path names no file that could be opened.
+    // A spec without a path names no file that could be opened; nor does a directory, which
+    // the C library would open but not read.
     std::ifstream file;
-    if (spec->filepath) file.open(*spec->filepath, std::ios::binary);
+    std::error_code notChecked;
+    if (spec->filepath && !std::filesystem::is_directory(*spec->filepath, notChecked)) {
+      file.open(*spec->filepath, std::ios::binary);
+    }
     if (!file.is_open()) {
       error = MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(
           Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -104,6 +105,49 @@ TEST(ParseStream, NonSeekableStreamFingerprintsWhatRemains) {
   EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentRootNotSingular);
   // The parser stopped at "x"; the failed rewind leaves the rest for the checksum.
   EXPECT_EQ(parsed->fingerprint, Crc("x and more"));
+}
+
+// A seekable stream buffer whose reads fail after `good` bytes, as a file with a bad block: it
+// throws, as a file buffer does, what an istream would turn into badbit.
+class FailingBuffer : public std::streambuf {
+ public:
+  FailingBuffer(std::string data, std::size_t good) : data_(std::move(data)), good_(good) {}
+
+ protected:
+  pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode) override {
+    const off_type base = dir == std::ios::beg ? 0 : dir == std::ios::cur ? at_ : data_.size();
+    return seekpos(base + off, std::ios::in);
+  }
+  pos_type seekpos(pos_type pos, std::ios::openmode) override {
+    at_ = static_cast<std::size_t>(pos);
+    return pos;
+  }
+  std::streamsize xsgetn(char* out, std::streamsize count) override {
+    if (at_ >= good_) throw std::ios_base::failure("read error");
+    const std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(count), good_ - at_);
+    data_.copy(out, n, at_);
+    at_ += n;
+    return static_cast<std::streamsize>(n);
+  }
+  int_type underflow() override {
+    if (at_ >= good_) throw std::ios_base::failure("read error");
+    return traits_type::to_int_type(data_[at_]);
+  }
+
+ private:
+  std::string data_;
+  std::size_t good_;
+  std::size_t at_ = 0;
+};
+
+TEST(ParseStream, ReadErrorEndsTheTextWhereItHappened) {
+  FailingBuffer buffer(R"({"a":[1,2,3]})", 7);
+  std::istream in(&buffer);
+  std::list<Ostra::BaseMessage> messages;
+  const auto parsed = ParseStream(in, messages);
+  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorArrayMissCommaOrSquareBracket);
+  EXPECT_EQ(parsed->document->GetErrorOffset(), 7u);
+  EXPECT_EQ(parsed->fingerprint, Crc(R"({"a":[1)"));
 }
 
 TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
