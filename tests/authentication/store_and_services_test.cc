@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/optional/optional_io.hpp>
+
 #include "ostra/authentication/services.h"
 #include "ostra/core/json.h"
 #include "test_outcome.h"
@@ -77,6 +79,14 @@ TEST_F(AuthenticationStoreTest, ServicesReportAbsenceWithTheirMessages) {
                                                                  component.Result());
   // The component service reports the Metamodel component message.
   EXPECT_EQ(OnlyMessage(*component.error), "ostra.metada.metamodel.component.not.found: zz");
+  Outcome<std::string> componentFingerprint;
+  Impl::ComponentSvc::AsyncServiceImpl::GetInstance(store_)->Fingerprint(
+      "c", activation, componentFingerprint.Result());
+  EXPECT_EQ(componentFingerprint.value, store_->ComponentFingerprint("c"));
+  Outcome<Strings> packages;
+  Impl::PackageSvc::AsyncServiceImpl::GetInstance(store_)->List(activation, packages.Result());
+  ASSERT_TRUE(packages.value);
+  EXPECT_EQ(*packages.value, Strings{"p.q"});
 
   auto operations = Impl::Service::OperationSvc::AsyncServiceImpl::GetInstance(store_);
   Outcome<Strings> known, unknown;

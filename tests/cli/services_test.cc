@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/optional/optional_io.hpp>
+
 #include "ostra/cli/json_metadata_container.h"
 #include "ostra/core/json.h"
 #include "ostra/metamodel/json_metadata_container.h"
@@ -74,6 +76,13 @@ TEST_F(CliServicesTest, SourceMutationsCompleteOnSuccess) {
   EXPECT_EQ(*fingerprint.value, Crc(Crc(R"({"cli":[]})")));
   sources->Fingerprint(std::string("zz"), activation_, unknown.Result());
   EXPECT_EQ(unknown.Error(), "ostra.metada.cli.source.not.found: zz");
+  Outcome<std::string> namespaces, commands;
+  Impl::Namespace_Svc::AsyncServiceImpl::GetInstance(store_)->Fingerprint(activation_,
+                                                                          namespaces.Result());
+  Impl::CommandSvc::AsyncServiceImpl::GetInstance(store_)->Fingerprint(activation_,
+                                                                       commands.Result());
+  EXPECT_EQ(namespaces.value, store_->NamespaceFingerprint());
+  EXPECT_EQ(commands.value, store_->CommandFingerprint());
   sources->Delete("a", activation_, deleted.Result());
   EXPECT_EQ(deleted.calls, 1);
   EXPECT_TRUE(store_->ListSources().empty());

@@ -163,6 +163,37 @@ TEST_F(MetamodelServicesTest, InvokeAnswersWhatTheStoreAnswers) {
                    R"({"resource_id":"com.larkspur.fleet.Vehicle"})"),
             R"(["com.larkspur.fleet.vehicles.VehicleSpec"])");
   EXPECT_EQ(Invoke(sources, "fingerprint", "{}"), "\"" + store_->SourceFingerprint({}) + "\"");
+  // Every other query: the store's answer, or NotFound with the service's own message.
+  const std::string vehicles = "com.larkspur.fleet.vehicles";
+  const std::string planner = "com.larkspur.fleet.routes.planner";
+  const std::string fuel = "com.larkspur.fleet.vehicles.FuelType";
+  struct Query {
+    const char *service, *operation;
+    std::string input, expected;
+  } const queries[] = {
+      {"package", "list", "{}", AsJson(store_->ListPackages())},
+      {"package", "get", R"({"package_id":")" + vehicles + R"("})",
+       AsJson(store_->PackageInfo(vehicles))},
+      {"package", "get", R"({"package_id":"nope"})",
+       "error: ostra.metada.metamodel.package.not.found: nope"},
+      {"service", "list", "{}", AsJson(store_->ListServices())},
+      {"service", "get", R"({"service_id":")" + planner + R"("})",
+       AsJson(store_->ServiceInfo(planner))},
+      {"service", "get", R"({"service_id":"nope"})",
+       "error: ostra.metada.metamodel.service.not.found: nope"},
+      {"enumeration", "get", R"({"enumeration_id":")" + fuel + R"("})",
+       AsJson(store_->EnumerationInfo(fuel))},
+      {"enumeration", "get", R"({"enumeration_id":"nope"})",
+       "error: ostra.metada.metamodel.enumeration.not.found: nope"},
+      {"structure", "list", "{}", AsJson(store_->ListStructures())},
+      {"resource", "list", "{}", AsJson(store_->ListResources())},
+  };
+  for (const Query& query : queries) {
+    SCOPED_TRACE(std::string(query.service) + "." + query.operation + " " + query.input);
+    EXPECT_NE(query.expected, "null");
+    EXPECT_EQ(Invoke(*bound.at(prefix + query.service), query.operation, query.input),
+              query.expected);
+  }
   EXPECT_EQ(Invoke(*bound.at(prefix + "structure"), "get", R"({"structure_id":"nope"})"),
             "error: ostra.metada.metamodel.structure.not.found: nope");
   EXPECT_EQ(Invoke(*bound.at(prefix + "structure"), "get", R"({"structure":"nope"})"),
