@@ -57,4 +57,23 @@ int LoadAndQuery(const std::uint8_t* data, std::size_t size, const char* example
   return 0;
 }
 
+// What the Metamodel and Authentication stores both answer: components, packages, services and
+// their operations, each listed and then fetched.
+template <class Store>
+void QueryComponentTree(const Store& store) {
+  for (const auto& id : store.ListComponents()) {
+    store.ComponentInfo(id);
+    store.ComponentFingerprint(id);
+  }
+  for (const auto& id : store.ListPackages())
+    store.PackageInfo(id);
+  for (const auto& id : store.ListServices()) {
+    store.ServiceInfo(id);
+    if (const auto operations = store.ListOperations(id)) {
+      for (const auto& operation : *operations)
+        store.OperationInfo(id, operation);
+    }
+  }
+}
+
 }  // namespace OstraFuzz

@@ -8,19 +8,7 @@ namespace Metamodel = Ostra::Provider::Metadata::Metamodel;
 using Spec = Com::Corvane::Ostra::Metadata::Metamodel::SourceSvc::CreateSpec;
 
 void QueryAll(const Metamodel::MetadataContainer& store) {
-  for (const auto& id : store.ListComponents()) {
-    store.ComponentInfo(id);
-    store.ComponentFingerprint(id);
-  }
-  for (const auto& id : store.ListPackages())
-    store.PackageInfo(id);
-  for (const auto& id : store.ListServices()) {
-    store.ServiceInfo(id);
-    if (const auto operations = store.ListOperations(id)) {
-      for (const auto& operation : *operations)
-        store.OperationInfo(id, operation);
-    }
-  }
+  OstraFuzz::QueryComponentTree(store);
   for (const auto& id : store.ListEnumerations())
     store.EnumerationInfo(id);
   for (const auto& id : store.ListStructures())
