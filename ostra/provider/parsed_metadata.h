@@ -23,7 +23,7 @@ using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>,
                                           rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>>;
 
 // The deepest nesting of arrays and objects that a metadata document may have. Real metadata nests
-// a few dozen levels at most (a generic type reference takes two levels per element type); the
+// a few dozen levels at most (a generic type reference takes one level per element type); the
 // limit is far above that, yet low enough that readers walking a document recursively stay within
 // a small thread stack. A deeper document fails to parse with kParseErrorTermination at the offset
 // of the first bracket beyond the limit.

@@ -11,8 +11,10 @@
 #include "ostra/authentication/json_metadata_parser.h"
 #include "ostra/cli/json_metadata_container.h"
 #include "ostra/cli/json_metadata_parser.h"
+#include "ostra/core/json.h"
 #include "ostra/metamodel/json_metadata_container.h"
 #include "ostra/metamodel/json_metadata_parser.h"
+#include "ostra/metamodel/services.h"
 #include "ostra/provider/parsed_metadata.h"
 #include "test_store.h"
 
@@ -167,18 +169,24 @@ TEST_F(DeepNesting, EveryLoaderFailsWithAParseErrorOnASmallStack) {
   });
 }
 
-// The deepest generic type reference a document can hold, read recursively on a small stack.
+// The deepest generic type reference that a document can hold loads on a small stack; one level
+// more is a parse error.
 TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
   using namespace OstraTest::MetamodelDocs;
-  // Doc, package, structures array, structure, fields array, field: six levels before "type".
-  const std::size_t levels = (kMaxJsonNesting - 6) / 2;
-  const std::string type =
-      Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
-             R"({"category":"BUILTIN","primitive_type":"STRING"})");
-  const std::string path = Write("types", Doc(Package("p", Structure("p.S", Field("f", type)))));
+  const auto document = [](std::size_t levels) {
+    const std::string type =
+        Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
+               R"({"category":"BUILTIN","primitive_type":"STRING"})");
+    return Doc(Package("p", Structure("p.S", Field("f", type))));
+  };
+  // Root, "metamodel", component, packages, package, structures, structure, fields, field: the
+  // field's type is the tenth level, and each element type one more.
+  const std::size_t levels = kMaxJsonNesting - 10;
+  const std::string deepest = Write("deepest", document(levels));
+  const std::string deeper = Write("deeper", document(levels + 1));
+  const auto store = Metamodel::MetadataContainer::GetInstance();
   OnSmallStack([&] {
-    const auto store = Metamodel::MetadataContainer::GetInstance();
-    const auto error = store->CreateSource("types", FileSpec(path));
+    const auto error = store->CreateSource("deepest", FileSpec(deepest));
     ASSERT_EQ(error, nullptr) << OnlyMessage(*error);
     const auto structure = store->StructureInfo("p.S");
     ASSERT_NE(structure, nullptr);
@@ -188,7 +196,28 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
          link = link->generic_instantiation->element_type)
       ++depth;
     EXPECT_EQ(depth, levels);
+
+    const auto tooDeep = store->CreateSource("deeper", FileSpec(deeper));
+    ASSERT_NE(tooDeep, nullptr);
+    EXPECT_EQ(OnlyMessage(*tooDeep).substr(0, 41), "ostra.metadata.metamodel.parse.error: 16 ");
   });
+
+  // A host's call converts the record to a data value and to JSON, recursively: on the main
+  // thread's stack even the deepest type is served.
+  const auto api = Com::Corvane::Ostra::Metadata::Metamodel::StructureSvc::AsyncServiceBinder::
+      BindImplementation(Metamodel::StructureSvc::AsyncServiceImpl::GetInstance(store));
+  const auto input = Ostra::Data::FromJson(R"({"structure_id":"p.S"})");
+  std::string answer;
+  api->Invoke("get", static_cast<const Ostra::Data::StructValue&>(*input),
+              std::make_shared<Ostra::Core::AsyncActivation>(),
+              [&](const Ostra::Data::ValuePtr& value, const auto&) {
+                answer = value ? Ostra::Data::ToJson(*value) : "";
+              });
+  std::size_t generics = 0;
+  for (std::size_t at = answer.find("\"LIST\""); at != std::string::npos;
+       at = answer.find("\"LIST\"", at + 1))
+    ++generics;
+  EXPECT_EQ(generics, levels);
 }
 
 }  // namespace
