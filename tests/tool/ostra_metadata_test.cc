@@ -121,9 +121,13 @@ TEST_F(ToolTest, CheckReportsPositionsMessagesAndDisagreements) {
   const std::string stray = Write("stray", R"({"cli":[{"type":"command","path":"","name":"x",
     "description":"d","node_metadata":{"service_id":"com.larkspur.fleet.vehicles.registry",
     "operation_id":"scrap"}}]})");
-  ToolRun run = Tool({"check", broken, invalid});
+  const std::string deep = Write("deep", "{\"cli\":" + std::string(1000, '['));
+  ToolRun run = Tool({"check", broken, invalid, deep});
   EXPECT_EQ(run.status, 3);
   EXPECT_NE(run.out.find(broken + ":3:14: JSON syntax error 3: Invalid value."), std::string::npos)
+      << run.out;
+  EXPECT_NE(run.out.find(deep + ":1:519: JSON syntax error 16: Nested deeper than 512 levels."),
+            std::string::npos)
       << run.out;
   EXPECT_NE(
       run.out.find(invalid + ": ostra.metadata.json.missing.field: Json parse missing field: name"),

@@ -29,7 +29,11 @@ boost::optional<Domain> CheckFile(const std::string& path, std::ostream& out) {
     const TextPosition at = Locate(*text, document.GetErrorOffset());
     out << path << ":" << at.line << ":" << at.column << ": JSON syntax error "
         << static_cast<int>(document.GetParseError()) << ": "
-        << rapidjson::GetParseError_En(document.GetParseError()) << "\n";
+        << (document.GetParseError() == rapidjson::kParseErrorTermination
+                ? "Nested deeper than " +
+                      std::to_string(Ostra::Provider::Metadata::kMaxJsonNesting) + " levels."
+                : std::string(rapidjson::GetParseError_En(document.GetParseError())))
+        << "\n";
     return boost::none;
   }
   const auto domain = DomainOf(document);
