@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 
 #include "ostra/core/crc32.h"
@@ -21,6 +22,14 @@ inline std::string Crc(const std::string& text) {
   Ostra::CRC32 crc;
   crc.Update(text);
   return crc.Hexdigest();
+}
+
+// The bytes of a bundled example document, such as "metamodel.json".
+inline std::string ExampleText(const std::string& name) {
+  std::ifstream file(std::string(OSTRA_EXAMPLES_DIR "/") + name, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 // A file source spec of any domain (Metamodel by default).

@@ -91,13 +91,6 @@ namespace Metamodel = Ostra::Provider::Metadata::Metamodel;
 namespace Authentication = Ostra::Provider::Metadata::Authentication;
 namespace Cli = Ostra::Provider::Metadata::Cli;
 
-std::string Example(const std::string& name) {
-  std::ifstream file(std::string(OSTRA_EXAMPLES_DIR "/") + name, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 // Runs `operation` with the N-th allocation failing, for N = 1, 2, ... until it needs fewer than
 // N. A refused nothrow allocation need not make the operation fail (the standard library's
 // sorts fall back to working in place). Each round starts from `prepare`, which answers a check
@@ -141,8 +134,8 @@ class AllocationTest : public TempFilesTest {
   using Query = std::function<std::string(const Container&)>;
 
   void SetUpFiles(const std::string& example) {
-    a_ = Write("a", Example(example));
-    b_ = Write("b", Example(example));
+    a_ = Write("a", ExampleText(example));
+    b_ = Write("b", ExampleText(example));
   }
 
   // A fresh store holding "a", and the check that it still answers as it did then.

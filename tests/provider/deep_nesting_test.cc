@@ -16,6 +16,7 @@
 #include "ostra/metamodel/json_metadata_parser.h"
 #include "ostra/metamodel/services.h"
 #include "ostra/provider/parsed_metadata.h"
+#include "test_messages.h"
 #include "test_store.h"
 
 namespace {
@@ -105,10 +106,11 @@ struct DeepDocument {
   std::string offset;
 };
 
-template <class Parser, class Callbacks>
-void ExpectEveryLoadFails(const DeepDocument& deep, const Callbacks& callbacks,
-                          const std::string& parseError) {
-  const std::string expected = parseError + ": 16 " + deep.offset;
+// The parser's two loads and the store's create of `deep` (written at `path`) all fail with the
+// domain's parse error at the expected offset.
+template <class Parser, class Container, class Spec, class Callbacks>
+void ExpectEveryLoadFails(const DeepDocument& deep, const std::string& path,
+                          const Callbacks& callbacks, const std::string& parseError) {
   Ostra::Provider::Metadata::Messages fromStream, fromDocument;
   std::istringstream in(deep.text);
   EXPECT_FALSE(Parser::LoadMetadata(in, callbacks, fromStream));
@@ -116,18 +118,9 @@ void ExpectEveryLoadFails(const DeepDocument& deep, const Callbacks& callbacks,
   in.seekg(0);
   const auto parsed = ParseStream(in, fromDocument);
   EXPECT_FALSE(Parser::LoadMetadataFromDoc(*parsed->document, callbacks, fromDocument));
-  for (const auto* messages : {&fromStream, &fromDocument}) {
-    ASSERT_EQ(messages->size(), 1u);
-    std::string text = messages->front().GetId() + ":";
-    for (const auto& arg : messages->front().GetArgs())
-      text += " " + arg;
-    EXPECT_EQ(text, expected);
-  }
-}
+  EXPECT_MESSAGES(fromStream, {{parseError, {"16", deep.offset}}});
+  EXPECT_MESSAGES(fromDocument, {{parseError, {"16", deep.offset}}});
 
-template <class Container, class Spec>
-void ExpectCreateSourceFails(const std::string& path, const DeepDocument& deep,
-                             const std::string& parseError) {
   const auto store = Container::GetInstance();
   const auto error = store->CreateSource("deep", FileSpec<Spec>(path));
   ASSERT_NE(error, nullptr);
@@ -138,6 +131,7 @@ void ExpectCreateSourceFails(const std::string& path, const DeepDocument& deep,
 class DeepNesting : public TempFilesTest {};
 
 TEST_F(DeepNesting, EveryLoaderFailsWithAParseErrorOnASmallStack) {
+  namespace Binding = Com::Corvane::Ostra::Metadata;
   const DeepDocument metamodel(R"({"metamodel":{"component":{"name":"c","metadata":)", 3);
   const DeepDocument authentication(R"({"authentication":{"component":{"name":"c","schemes":)", 3);
   const DeepDocument cli(R"({"cli":[{"type":"command","path":"a","name":"b","options":)", 3);
@@ -146,26 +140,20 @@ TEST_F(DeepNesting, EveryLoaderFailsWithAParseErrorOnASmallStack) {
   const std::string cliPath = Write("cli", cli.text);
 
   OnSmallStack([&] {
-    ExpectEveryLoadFails<Metamodel::JsonMetadataParser>(
-        metamodel,
+    ExpectEveryLoadFails<Metamodel::JsonMetadataParser, Metamodel::MetadataContainer,
+                         Binding::Metamodel::SourceSvc::CreateSpec>(
+        metamodel, metamodelPath,
         Metamodel::JsonMetadataParser::RegisterCallbacks{[](auto&) {}, [](auto&) {},
                                                          [](auto&, auto&) {}},
         "ostra.metadata.metamodel.parse.error");
-    ExpectEveryLoadFails<Authentication::JsonMetadataParser>(
-        authentication, [](auto&, auto&) {}, "ostra.metadata.authentication.parse.error");
-    ExpectEveryLoadFails<Cli::MetadataParser>(
-        cli, Cli::MetadataParser::RegisterCallbacks{[](auto&) {}, [](auto&) {}},
+    ExpectEveryLoadFails<Authentication::JsonMetadataParser, Authentication::MetadataContainer,
+                         Binding::Authentication::SourceSvc::CreateSpec>(
+        authentication, authenticationPath, [](auto&, auto&) {},
+        "ostra.metadata.authentication.parse.error");
+    ExpectEveryLoadFails<Cli::MetadataParser, Cli::MetadataContainer,
+                         Binding::Cli::SourceSvc::CreateSpec>(
+        cli, cliPath, Cli::MetadataParser::RegisterCallbacks{[](auto&) {}, [](auto&) {}},
         "ostra.metadata.cli.parse.error");
-
-    ExpectCreateSourceFails<Metamodel::MetadataContainer,
-                            Com::Corvane::Ostra::Metadata::Metamodel::SourceSvc::CreateSpec>(
-        metamodelPath, metamodel, "ostra.metadata.metamodel.parse.error");
-    ExpectCreateSourceFails<Authentication::MetadataContainer,
-                            Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec>(
-        authenticationPath, authentication, "ostra.metadata.authentication.parse.error");
-    ExpectCreateSourceFails<Cli::MetadataContainer,
-                            Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>(
-        cliPath, cli, "ostra.metadata.cli.parse.error");
   });
 }
 

@@ -13,6 +13,7 @@
 #include <rapidjson/istreamwrapper.h>
 
 #include "ostra/core/crc32.h"
+#include "test_store.h"
 
 namespace {
 
@@ -21,12 +22,7 @@ using Ostra::Provider::Metadata::JsonDocument;
 using Ostra::Provider::Metadata::ParsedMetadata;
 using Ostra::Provider::Metadata::ParseStream;
 using Ostra::Provider::Metadata::ValToString;
-
-std::string Crc(const std::string& bytes) {
-  Ostra::CRC32 crc;
-  crc.Update(bytes);
-  return crc.Hexdigest();
-}
+using OstraTest::Crc;
 
 std::shared_ptr<ParsedMetadata> Parse(const std::string& text) {
   std::istringstream in(text);
@@ -238,12 +234,10 @@ TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
     ExpectSameAsReference(text);
   }
   for (const char* name : {"metamodel.json", "authentication.json", "cli.json"}) {
-    std::ifstream file(std::string(OSTRA_EXAMPLES_DIR "/") + name, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    ExpectSameAsReference(text.str());
+    const std::string text = OstraTest::ExampleText(name);
+    ExpectSameAsReference(text);
     // A stream that does not start at 0: parsed from there, fingerprinted from 0.
-    ExpectSameAsReference(text.str(), 40);
+    ExpectSameAsReference(text, 40);
   }
 }
 
