@@ -123,9 +123,11 @@ void ReadAuthentication(const Authentication::MetadataContainer& store, Snapshot
     const auto service = store.ServiceInfo(id);
     if (!service) continue;
     model.service_schemes.emplace(id, SchemesOf(service->schemes));
-    for (const auto& name : store.ListOperations(id).value_or(std::list<std::string>())) {
-      if (const auto operation = store.OperationInfo(id, name)) {
-        model.operation_schemes.emplace(id + "#" + name, SchemesOf(operation->schemes));
+    // What ListOperations and OperationInfo answer for this service: its own operations.
+    for (const auto& operation : service->operations) {
+      if (operation.second) {
+        model.operation_schemes.emplace(id + "#" + operation.first,
+                                        SchemesOf(operation.second->schemes));
       }
     }
   }
