@@ -74,14 +74,18 @@ void PrintJson(const Host& before, const Host& after, const std::vector<ModelCha
   out << buffer.GetString() << "\n";
 }
 
-// A value as written on a text line: as it is, or quoted when it is empty or holds a control
-// character (documentation may span lines); "-" on the side where there is none.
-std::string ValueText(const boost::optional<std::string>& value) {
-  if (!value) return "-";
-  const bool plain = !value->empty() && std::none_of(value->begin(), value->end(), [](char c) {
+// A path or value as written on a text line: as it is, or quoted when it is empty or holds a
+// control character (documentation may span lines), so that every change keeps to one line.
+std::string Shown(const std::string& text) {
+  const bool plain = !text.empty() && std::none_of(text.begin(), text.end(), [](char c) {
     return static_cast<unsigned char>(c) < 0x20;
   });
-  return plain ? *value : Quote(*value);
+  return plain ? text : Quote(text);
+}
+
+// "-" on the side where there is no value.
+std::string Shown(const boost::optional<std::string>& value) {
+  return value ? Shown(*value) : "-";
 }
 
 std::string Padded(std::string text, std::size_t width) {
@@ -96,9 +100,9 @@ void PrintText(const std::vector<ModelChange>& changes, std::ostream& out) {
   for (const auto& change : changes) {
     ++counts[change.level];
     out << Padded(ChangeLevelName(change.level), 10) << Padded(change.domain, 16) << change.rule
-        << "  " << change.path;
+        << "  " << Shown(change.path);
     if (change.old_value || change.new_value) {
-      out << "  " << ValueText(change.old_value) << " -> " << ValueText(change.new_value);
+      out << "  " << Shown(change.old_value) << " -> " << Shown(change.new_value);
     }
     out << "\n";
   }
