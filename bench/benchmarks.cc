@@ -327,6 +327,27 @@ void BM_QueryThreads(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
+// DiffModels of two models made of the same three documents: every definition is looked up and
+// compared, none differs. Baseline: BM_CreateSource of the three documents.
+void BM_DiffModels(benchmark::State& state) {
+  const int mib = static_cast<int>(state.range(0));
+  const auto model = [mib]() -> Metadata::MetadataModel {
+    auto metamodel = Metadata::Metamodel::MetadataContainer::GetInstance();
+    auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
+    auto cli = Metadata::Cli::MetadataContainer::GetInstance();
+    ProviderHelper::LoadMetamodelMetadataFile("s", Document(kMetamodel, mib).path, metamodel);
+    ProviderHelper::LoadAuthnMetadataFile("s", Document(kAuthentication, mib).path, authentication);
+    ProviderHelper::LoadCliMetadataFile("s", Document(kCli, mib).path, cli);
+    return {metamodel, authentication, cli};
+  };
+  const auto before = model(), after = model();
+  for (auto _ : state) {
+    const auto changes = Metadata::DiffModels(before, after);
+    if (!changes.empty()) state.SkipWithError("the same documents differ");
+    benchmark::DoNotOptimize(changes.data());
+  }
+}
+
 void Sizes(benchmark::internal::Benchmark* bench) {
   for (const int domain : {kMetamodel, kAuthentication, kCli}) {
     for (const int mib : {1, 10})
@@ -356,6 +377,7 @@ BENCHMARK_TEMPLATE(BM_List, kAuthentication, true)->Arg(1)->Arg(16)->ArgName("so
 BENCHMARK_TEMPLATE(BM_List, kCli, false)->Arg(1)->Arg(16)->ArgName("sources");
 BENCHMARK_TEMPLATE(BM_List, kCli, true)->Arg(1)->Arg(16)->ArgName("sources");
 BENCHMARK(BM_MakeResult);
+BENCHMARK(BM_DiffModels)->Arg(1)->ArgName("MiB")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_QueryThreads)->Threads(1)->Threads(2)->UseRealTime();
 
 BENCHMARK_MAIN();

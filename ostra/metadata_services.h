@@ -23,6 +23,7 @@
 #include "ostra/metamodel/source_data.h"
 #include "ostra/provider/format.h"
 #include "ostra/provider/messages.h"
+#include "ostra/provider/model_diff.h"
 #include "ostra/provider/parsed_metadata.h"
 #include "ostra/provider/provider_helper.h"
 #include "ostra/provider/service_adapter.h"

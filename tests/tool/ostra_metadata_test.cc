@@ -3,6 +3,7 @@
 
 #include <sys/wait.h>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -78,6 +79,10 @@ TEST_F(ToolTest, ArgumentErrorsAreUsageErrors) {
            {"-c", cli, "summary", "--stdio"},
            {"-c", cli, "frobnicate"},
            {"check"},
+           {"diff", cli},
+           {"diff", "--format", "yaml", cli, cli},
+           {"-c", cli, "diff", cli, cli},
+           {"--fail-on", "none", "-c", cli},
        }) {
     const ToolRun run = Tool(args);
     EXPECT_EQ(run.status, 1) << testing::PrintToString(args) << run.err;
@@ -144,6 +149,65 @@ TEST_F(ToolTest, CheckReportsPositionsMessagesAndDisagreements) {
               examples_ + "/cli.json"});
   EXPECT_EQ(run.status, 0) << run.out;
   EXPECT_NE(run.out.find("the domains agree"), std::string::npos);
+}
+
+TEST_F(ToolTest, DiffExitStatusFollowsTheWorstChange) {
+  // fleet.vehicles.list now calls get: a dangerous change.
+  const std::string cli = OstraTest::ExampleText("cli.json");
+  std::string moved = cli;
+  moved.replace(moved.find(R"("operation_id": "list")"), 22, R"("operation_id": "get")");
+  const std::string changed = Write("cli", moved), old = examples_ + "/cli.json";
+  ToolRun run = Tool({"diff", old, changed});
+  EXPECT_EQ(run.status, 0) << run.err;
+  const std::string operations =
+      "com.larkspur.fleet.vehicles.registry#list -> "
+      "com.larkspur.fleet.vehicles.registry#get\n";
+  EXPECT_EQ(run.out,
+            "dangerous cli             cli-command-operation-changed  fleet.vehicles.list  " +
+                operations + "1 change: 0 breaking, 1 dangerous, 0 safe\n");
+  run = Tool({"diff", "--fail-on", "dangerous", "--format", "json", old, changed});
+  EXPECT_EQ(run.status, 2);
+  const std::string none = "00000000";  // no sources
+  const auto fingerprints = [&](const std::string& text) {
+    return R"({"metamodel":")" + none + R"(","authentication":")" + none + R"(","cli":")" +
+           OstraTest::Crc(OstraTest::Crc(text)) + R"("})";
+  };
+  EXPECT_EQ(run.out, R"({"old":)" + fingerprints(cli) + R"(,"new":)" + fingerprints(moved) +
+                         R"(,"changes":[{"rule":"cli-command-operation-changed","level":)"
+                         R"("dangerous","domain":"cli","path":"fleet.vehicles.list","old":)"
+                         R"("com.larkspur.fleet.vehicles.registry#list","new":)"
+                         R"("com.larkspur.fleet.vehicles.registry#get"}]})"
+                         "\n");
+
+  // A directory with a field renamed in a structure that only results use.
+  namespace fs = std::filesystem;
+  const fs::path next = fs::path(testing::TempDir()) / "ToolTest.DiffNext";
+  fs::remove_all(next);
+  fs::create_directories(next);
+  std::string metamodel = OstraTest::ExampleText("metamodel.json");
+  metamodel.replace(metamodel.find(R"("name": "plate")"), 15, R"("name": "licence_plate")");
+  std::ofstream(next / "metamodel.json") << metamodel;
+  fs::copy_file(examples_ + "/cli.json", next / "cli.json");
+  fs::copy_file(examples_ + "/authentication.json", next / "authentication.json");
+  EXPECT_EQ(Tool({"diff", examples_, examples_}).out, "no changes\n");
+  run = Tool({"diff", examples_, next.string()});
+  EXPECT_EQ(run.status, 2) << run.err;
+  EXPECT_NE(run.out.find("safe      metamodel       field-added  "
+                         "com.larkspur.fleet.vehicles.VehicleSpec.licence_plate  - -> string\n"
+                         "breaking  metamodel       field-removed  "
+                         "com.larkspur.fleet.vehicles.VehicleSpec.plate  string -> -\n"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(Tool({"diff", "--fail-on", "none", examples_, next.string()}).status, 0);
+  fs::remove_all(next);
+
+  // Either side failing to load.
+  run = Tool({"diff", old, Write("bad", R"({"cli":{}})")});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_NE(run.err.find("ostra.metadata.cli.json.invalid.field"), std::string::npos) << run.err;
+  run = Tool({"diff", "/no/such.json", old});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "ostra-metadata: /no/such.json: cannot be read\n");
 }
 
 TEST_F(ToolTest, JsonRpcSessionOverStdio) {

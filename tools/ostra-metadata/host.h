@@ -50,6 +50,11 @@ class Host {
   // A service by its identifier or by the identifier's tail after "com.corvane.ostra.metadata."
   // ("cli.command"); null when no such service is bound.
   std::shared_ptr<const Ostra::Core::ApiInterface> Find(const std::string& service) const;
+  // The three stores, to compare them with another host's (see DiffModels).
+  Ostra::Provider::Metadata::MetadataModel Model() const {
+    return {metamodel_, authentication_, cli_};
+  }
+
   // The identifiers of every bound service, in order.
   std::vector<std::string> Services() const;
 
