@@ -36,7 +36,8 @@ long PeakResidentKiB() {
 std::string ParseErrorOf(const std::string& text) {
   std::istringstream in(text);
   Metadata::Messages none;
-  const auto& document = *Metadata::ParseStream(in, none)->document;
+  const auto parsed = Metadata::ParseStream(in, none);
+  const auto& document = *parsed->document;
   return std::to_string(static_cast<int>(document.GetParseError())) + " " +
          std::to_string(document.GetErrorOffset());
 }
@@ -98,6 +99,7 @@ TEST_F(EndlessSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
 class Pipe {
  public:
   explicit Pipe(std::string path) : path_(std::move(path)) {
+    unlink(path_.c_str());  // left by a run that crashed
     EXPECT_EQ(mkfifo(path_.c_str(), 0600), 0);
   }
   ~Pipe() {
