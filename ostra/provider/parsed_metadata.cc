@@ -19,10 +19,11 @@ namespace Metadata {
 namespace {
 
 // A rapidjson input stream over a stream buffer that holds one block of the text at a time. Each
-// block is what the buffer has ready, at most kReadBlock bytes, so a pipe is read as its writer
-// sends; every block goes to the checksum (when there is one) before the parser sees it. Bytes are
-// passed as they are; the end shows as '\0', as an embedded NUL byte does, just as rapidjson's
-// stream wrapper shows them. A read error of the buffer ends the text.
+// block is what can be read without waiting, at most kReadBlock bytes: a regular file is read in
+// whole blocks, a pipe as its writer sends. Every block goes to the checksum (when there is one)
+// before the parser sees it. Bytes are passed as they are; the end shows as '\0', as an embedded
+// NUL byte does, just as rapidjson's stream wrapper shows them. A read error of the buffer ends
+// the text.
 class BlockStream {
  public:
   using Ch = char;
@@ -32,9 +33,21 @@ class BlockStream {
   BlockStream(const BlockStream&) = delete;
   BlockStream& operator=(const BlockStream&) = delete;
 
-  Ch Peek() { return next_ != end_ || Refill() ? *next_ : '\0'; }
-  Ch Take() { return next_ != end_ || Refill() ? *next_++ : '\0'; }
-  std::size_t Tell() const { return before_ + static_cast<std::size_t>(next_ - block_.get()); }
+  // A NUL follows the bytes of every block, so only a NUL needs a second look: it is either a NUL
+  // byte of the text or the end of the block.
+  Ch Peek() {
+    const Ch c = *next_;
+    return RAPIDJSON_LIKELY(c != '\0') || next_ != end_ || !Refill() ? c : *next_;
+  }
+  Ch Take() {
+    const Ch c = *next_;
+    if (RAPIDJSON_LIKELY(c != '\0') || next_ != end_) {
+      ++next_;
+      return c;
+    }
+    return Refill() ? *next_++ : '\0';
+  }
+  std::size_t Tell() const { return before_ + static_cast<std::size_t>(next_ - start_); }
 
   // Reads to the end of the text, so that the checksum sees every byte.
   void Drain() {
@@ -57,40 +70,51 @@ class BlockStream {
   std::size_t PutEnd(Ch*) { return 0; }
 
  private:
-  // Reads the next block; false at the end of the text.
-  bool Refill() {
+  // Reads the next block; false at the end of the text. Kept out of line: Peek and Take are the
+  // parser's innermost calls.
+  __attribute__((noinline)) bool Refill() {
     if (ended_) return false;
     std::streamsize got = 0;
-    try {
-      using Traits = std::char_traits<char>;
-      // sgetc waits for a byte or the end; what the buffer then holds is read without waiting.
-      if (source_ != nullptr && !Traits::eq_int_type(source_->sgetc(), Traits::eof())) {
-        const std::streamsize ready = source_->in_avail();
-        got = source_->sgetn(block_.get(),
-                             std::clamp<std::streamsize>(ready, 1, std::streamsize{kReadBlock}));
+    if (source_ != nullptr) {
+      try {
+        using Traits = std::char_traits<char>;
+        // What can be read without waiting: the bytes buffered, or what a file buffer learns from
+        // the system (the rest of a regular file, what a pipe holds now). When that is nothing,
+        // sgetc waits for a byte or the end.
+        std::streamsize ready = source_->in_avail();
+        if (ready <= 0) {
+          ready = Traits::eq_int_type(source_->sgetc(), Traits::eof())
+                      ? 0
+                      : std::max<std::streamsize>(source_->in_avail(), 1);
+        }
+        if (ready > 0) {
+          got = source_->sgetn(start_, std::min(ready, std::streamsize{kReadBlock}));
+        }
+      } catch (const std::bad_alloc&) {
+        throw;
+      } catch (const std::exception&) {
+        got = 0;  // a stream buffer throws what an istream would have turned into badbit
       }
-    } catch (const std::bad_alloc&) {
-      throw;
-    } catch (const std::exception&) {
-      got = 0;  // a stream buffer throws what an istream would have turned into badbit
     }
     if (got <= 0) {
       ended_ = true;
       return false;
     }
-    before_ += static_cast<std::size_t>(end_ - block_.get());
-    next_ = block_.get();
+    before_ += static_cast<std::size_t>(end_ - start_);
+    next_ = start_;
     end_ = next_ + got;
+    start_[got] = '\0';
     if (crc_ != nullptr) crc_->Update(next_, static_cast<std::size_t>(got));
     return true;
   }
 
   std::streambuf* source_;
   CRC32* crc_;
-  std::unique_ptr<char[]> block_{new char[kReadBlock]};
-  const char* next_ = block_.get();  // the next byte to take
-  const char* end_ = block_.get();   // the end of the block's bytes
-  std::size_t before_ = 0;           // bytes of the blocks before this one
+  std::unique_ptr<char[]> block_{new char[kReadBlock + 1]};
+  char* const start_ = &(block_[0] = '\0');
+  const char* next_ = start_;  // the next byte to take
+  const char* end_ = start_;   // the end of the block's bytes
+  std::size_t before_ = 0;     // bytes of the blocks before this one
   bool ended_ = false;
 };
 
