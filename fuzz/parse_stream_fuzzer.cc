@@ -1,9 +1,11 @@
 // ParseStream over arbitrary bytes, checked against rapidjson's own recursive parse of the same
 // bytes: the same outcome within the nesting limit, and a stop at the limit only where the
-// document really nests deeper.
+// document really nests deeper. ParseSource over the bytes trickling through a pipe gives the same.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <sstream>
+#include <streambuf>
 #include <string>
 
 #include <rapidjson/memorystream.h>
@@ -49,6 +51,26 @@ std::string Text(const JsonDocument& document) {
   return std::string(buffer.GetString(), buffer.GetSize());
 }
 
+// Hands out its text a few bytes at a time and cannot seek, as a pipe.
+class TricklingBuffer : public std::streambuf {
+ public:
+  TricklingBuffer(std::string data, std::size_t piece) : data_(std::move(data)), piece_(piece) {}
+
+ protected:
+  int_type underflow() override {
+    if (at_ == data_.size()) return traits_type::eof();
+    char* begin = &data_[at_];
+    at_ += std::min(piece_, data_.size() - at_);
+    setg(begin, begin, &data_[0] + at_);
+    return traits_type::to_int_type(*begin);
+  }
+
+ private:
+  std::string data_;
+  std::size_t piece_;
+  std::size_t at_ = 0;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -61,6 +83,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Ostra::CRC32 crc;
   crc.Update(text);
   if (parsed->fingerprint != crc.Hexdigest() || !messages.empty()) __builtin_trap();
+
+  // The stores' block-wise reading, through a pipe that delivers a few bytes at a time: the same
+  // outcome, the fingerprint of the whole text when it is valid.
+  TricklingBuffer pipe(text, 1 + size % 7);
+  std::istream piped(&pipe);
+  const auto read = Ostra::Provider::Metadata::ParseSource(piped);
+  if (read->document->GetParseError() != document.GetParseError() ||
+      read->document->GetErrorOffset() != document.GetErrorOffset() ||
+      read->fingerprint != (document.HasParseError() ? "" : parsed->fingerprint) ||
+      (!document.HasParseError() && Text(*read->document) != Text(document))) {
+    __builtin_trap();
+  }
 
   // The reference: rapidjson's recursive reader, fine on this thread for inputs of fuzzing size.
   JsonDocument reference;

@@ -71,10 +71,7 @@ class TypePool {
   }
 
   std::shared_ptr<const Type> UserDefined(std::string resourceType, std::string resourceId) {
-    std::string key = resourceType;
-    key += '\0';
-    key += resourceId;
-    auto& type = userDefined_[std::move(key)];
+    auto& type = userDefined_[UserDefinedKey(resourceType, resourceId)];
     if (!type) {
       auto user = std::make_shared<UserDefinedType>();
       user->resource_type = std::move(resourceType);
@@ -121,9 +118,17 @@ class TypePool {
     }
   };
 
+  // The two texts of a user-defined reference, kept apart: either may hold any byte, NUL included.
+  using UserDefinedKey = std::pair<std::string, std::string>;
+  struct HashUserDefinedKey {
+    std::size_t operator()(const UserDefinedKey& k) const {
+      const std::hash<std::string> hash;
+      return hash(k.first) * 1000003u ^ hash(k.second);
+    }
+  };
+
   std::array<std::shared_ptr<const Type>, BuiltinType::UNKNOWN> builtins_;
-  // Keyed by resource type, a NUL, and resource id.
-  std::unordered_map<std::string, std::shared_ptr<const Type>> userDefined_;
+  std::unordered_map<UserDefinedKey, std::shared_ptr<const Type>, HashUserDefinedKey> userDefined_;
   std::unordered_map<GenericKey, std::shared_ptr<const Type>, HashGenericKey> generic_;
 };
 

@@ -1,11 +1,13 @@
 #include "ostra/provider/parsed_metadata.h"
 
-#include <rapidjson/istreamwrapper.h>
-#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <exception>
+#include <new>
+#include <streambuf>
 #include <string>
 
 #include "ostra/core/crc32.h"
@@ -16,43 +18,124 @@ namespace Metadata {
 
 namespace {
 
-// Reads the rest of a seekable stream into `text` in large blocks, sized up front where the
-// stream tells a plausible end. Answers false, reading nothing, for a stream that is not good or
-// cannot tell its position (a pipe, say): those are parsed through the stream wrapper instead.
-// A read error ends the text where it happened (the stream buffer throws what an istream would
-// have caught).
-bool ReadRest(std::istream& in, std::string& text) {
-  if (!in.good()) return false;
-  const std::streamoff start = in.tellg();
-  if (start < 0) return false;
-  std::streambuf& buffer = *in.rdbuf();
-  const std::streamoff end = buffer.pubseekoff(0, std::ios::end, std::ios::in);
-  if (buffer.pubseekpos(start, std::ios::in) != start) return false;
-  std::size_t filled = 0;  // bytes read so far
-  try {
-    // Some files tell no true end (a directory may claim an end near 2^63); such ends are not
-    // trusted, the blocks below read what is really there.
-    constexpr std::streamoff kTrustedSize = std::streamoff(1) << 32;
-    if (end > start && end - start <= kTrustedSize) {
-      // Read what the stream said it holds; stop there unless it holds more after all.
-      text.resize(static_cast<std::size_t>(end - start));
-      const std::streamsize got = buffer.sgetn(&text[0], static_cast<std::streamsize>(text.size()));
-      filled = static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
-      text.resize(filled);
-      if (buffer.sgetc() == std::char_traits<char>::eof()) return true;
+// A rapidjson input stream over a stream buffer that holds one block of the text at a time. Each
+// block is what can be read without waiting, at most kReadBlock bytes: a regular file is read in
+// whole blocks, a pipe as its writer sends. Every block goes to the checksum (when there is one)
+// before the parser sees it. Bytes are passed as they are; the end shows as '\0', as an embedded
+// NUL byte does, just as rapidjson's stream wrapper shows them. A read error of the buffer ends
+// the text.
+class BlockStream {
+ public:
+  using Ch = char;
+
+  // A null `source` is an empty text.
+  BlockStream(std::streambuf* source, CRC32* crc) : source_(source), crc_(crc) {}
+  BlockStream(const BlockStream&) = delete;
+  BlockStream& operator=(const BlockStream&) = delete;
+
+  // A NUL follows the bytes of every block, so only a NUL needs a second look: it is either a NUL
+  // byte of the text or the end of the block.
+  Ch Peek() {
+    const Ch c = *next_;
+    return RAPIDJSON_LIKELY(c != '\0') || next_ != end_ || !Refill() ? c : *next_;
+  }
+  Ch Take() {
+    const Ch c = *next_;
+    if (RAPIDJSON_LIKELY(c != '\0') || next_ != end_) {
+      ++next_;
+      return c;
     }
-    constexpr std::size_t kBlock = 1 << 16;
-    for (;;) {
-      text.resize(filled + kBlock);
-      const std::streamsize got = buffer.sgetn(&text[filled], static_cast<std::streamsize>(kBlock));
-      filled += static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
-      text.resize(filled);
-      if (got <= 0) return true;
+    return Refill() ? *next_++ : '\0';
+  }
+  std::size_t Tell() const { return before_ + static_cast<std::size_t>(next_ - start_); }
+
+  // Reads to the end of the text, so that the checksum sees every byte.
+  void Drain() {
+    next_ = end_;
+    while (Refill())
+      next_ = end_;
+  }
+
+  // Feeds `crc` the bytes read but not taken, then the rest of the text.
+  void FingerprintRest(CRC32& crc) {
+    crc.Update(next_, static_cast<std::size_t>(end_ - next_));
+    crc_ = &crc;
+    Drain();
+  }
+
+  // Writing is for in situ parsing, which is not used.
+  Ch* PutBegin() { return nullptr; }
+  void Put(Ch) {}
+  void Flush() {}
+  std::size_t PutEnd(Ch*) { return 0; }
+
+ private:
+  // Reads the next block; false at the end of the text. Kept out of line: Peek and Take are the
+  // parser's innermost calls.
+  __attribute__((noinline)) bool Refill() {
+    if (ended_) return false;
+    std::streamsize got = 0;
+    if (source_ != nullptr) {
+      try {
+        using Traits = std::char_traits<char>;
+        // What can be read without waiting: the bytes buffered, or what a file buffer learns from
+        // the system (the rest of a regular file, what a pipe holds now). When that is nothing,
+        // sgetc waits for a byte or the end.
+        std::streamsize ready = source_->in_avail();
+        if (ready <= 0) {
+          ready = Traits::eq_int_type(source_->sgetc(), Traits::eof())
+                      ? 0
+                      : std::max<std::streamsize>(source_->in_avail(), 1);
+        }
+        if (ready > 0) {
+          got = source_->sgetn(start_, std::min(ready, std::streamsize{kReadBlock}));
+        }
+      } catch (const std::bad_alloc&) {
+        throw;
+      } catch (const std::exception&) {
+        got = 0;  // a stream buffer throws what an istream would have turned into badbit
+      }
     }
-  } catch (const std::ios_base::failure&) {
-    text.resize(filled);
-    in.setstate(std::ios::badbit);
+    if (got <= 0) {
+      ended_ = true;
+      return false;
+    }
+    before_ += static_cast<std::size_t>(end_ - start_);
+    next_ = start_;
+    end_ = next_ + got;
+    start_[got] = '\0';
+    if (crc_ != nullptr) crc_->Update(next_, static_cast<std::size_t>(got));
     return true;
+  }
+
+  std::streambuf* source_;
+  CRC32* crc_;
+  std::unique_ptr<char[]> block_{new char[kReadBlock + 1]};
+  char* const start_ = &(block_[0] = '\0');
+  const char* next_ = start_;  // the next byte to take
+  const char* end_ = start_;   // the end of the block's bytes
+  std::size_t before_ = 0;     // bytes of the blocks before this one
+  bool ended_ = false;
+};
+
+// The position of a stream buffer, or -1 when it cannot tell one.
+std::streamoff PositionOf(std::streambuf& buffer) {
+  try {
+    return buffer.pubseekoff(0, std::ios::cur, std::ios::in);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception&) {
+    return -1;
+  }
+}
+
+bool Rewind(std::streambuf& buffer) {
+  try {
+    return buffer.pubseekpos(0, std::ios::in) == std::streampos(0);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception&) {
+    return false;
   }
 }
 
@@ -110,8 +193,7 @@ class NestingLimit {
 // Parses `input` into `document` with the strict default flags, giving the error codes and offsets
 // of rapidjson's recursive reader. Its iterative reader keeps nesting off the call stack; the
 // nesting limit bounds the memory a deep document can take.
-template <typename Stream>
-void ParseLimited(Stream& input, JsonDocument& document) {
+void ParseLimited(BlockStream& input, JsonDocument& document) {
   rapidjson::ParseResult result;
   auto parse = [&input, &result](JsonDocument& target) {
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator>
@@ -130,53 +212,48 @@ void ParseLimited(Stream& input, JsonDocument& document) {
   document.*ParseResultOf() = result;
 }
 
-// The same reading through rapidjson's stream wrapper, which takes one character at a time.
-void ParseWrapped(std::istream& in, JsonDocument& document) {
-  rapidjson::BasicIStreamWrapper<std::istream> wrapper(in);
-  ParseLimited(wrapper, document);
-}
-
-// Parses bytes in memory. This gives the same document, error code and offset as the stream
-// wrapper: both read the bytes as they are (a byte-order mark is not skipped, unlike rapidjson's
-// Parse(text, length)) and show a NUL both at the end and for an embedded NUL byte.
-void ParseBytes(const std::string& text, JsonDocument& document) {
-  rapidjson::MemoryStream bytes(text.data(), text.size());
-  ParseLimited(bytes, document);
-}
-
 }  // namespace
 
 void ParseJson(std::istream& in, JsonDocument& document) {
-  std::string text;
-  if (!ReadRest(in, text)) {
-    ParseWrapped(in, document);
-    return;
-  }
-  ParseBytes(text, document);
+  BlockStream text(in.good() ? in.rdbuf() : nullptr, nullptr);
+  ParseLimited(text, document);
 }
 
 std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>&) {
   auto parsed = std::make_shared<ParsedMetadata>();
   parsed->document = std::make_unique<JsonDocument>();
+  std::streambuf* buffer = in.rdbuf();
+  std::streambuf* source = in.good() ? buffer : nullptr;
 
-  // A stream at its start is read once: parsed and fingerprinted from the same bytes.
-  std::string text;
-  if (in.good() && in.tellg() == 0 && ReadRest(in, text)) {
-    ParseBytes(text, *parsed->document);
-    CRC32 crc;
-    crc.Update(text);
-    std::string fingerprint = crc.Hexdigest();
-    parsed->fingerprint.swap(fingerprint);
-    in.clear();
-    return parsed;
+  // A stream at its start is read once: parsed and fingerprinted from the same blocks.
+  const bool atStart = source != nullptr && PositionOf(*source) == 0;
+  CRC32 crc;
+  BlockStream text(source, atStart ? &crc : nullptr);
+  ParseLimited(text, *parsed->document);
+  if (atStart) {
+    text.Drain();
+  } else if (buffer != nullptr && Rewind(*buffer)) {
+    BlockStream whole(buffer, &crc);
+    whole.Drain();
+  } else {
+    text.FingerprintRest(crc);
   }
-
-  ParseJson(in, *parsed->document);
-  // Reading to the end leaves the stream failed; clear that so the rewind can happen. A stream
-  // that cannot be rewound is fingerprinted over whatever it still delivers.
+  std::string fingerprint = crc.Hexdigest();
+  parsed->fingerprint.swap(fingerprint);
   in.clear();
-  in.seekg(0);
-  std::string fingerprint = CRC32(in).Hexdigest();
+  return parsed;
+}
+
+std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in) {
+  auto parsed = std::make_shared<ParsedMetadata>();
+  parsed->document = std::make_unique<JsonDocument>();
+  CRC32 crc;
+  BlockStream text(in.good() ? in.rdbuf() : nullptr, &crc);
+  ParseLimited(text, *parsed->document);
+  if (parsed->document->HasParseError()) return parsed;
+  // A NUL byte ends the text for the parser as the end does; the fingerprint is of all of it.
+  text.Drain();
+  std::string fingerprint = crc.Hexdigest();
   parsed->fingerprint.swap(fingerprint);
   return parsed;
 }

@@ -37,16 +37,30 @@ struct ParsedMetadata {
   std::string fingerprint;
 };
 
-// Parses all of `in` into `document` with the default (strict) flags; the outcome is recorded in
-// the document. The one place where metadata JSON is read from a stream.
+// Metadata text is read in blocks of at most this many bytes; the parser and the fingerprint take
+// each block in turn, so that reading never holds more of the text than one block.
+constexpr std::size_t kReadBlock = 64 * 1024;
+
+// Parses `in` from its position into `document` with the default (strict) flags; the outcome is
+// recorded in the document. Reading stops where the parse stops. A read error of the stream
+// buffer ends the text where it happened.
 void ParseJson(std::istream& in, JsonDocument& document);
 
 // Parses all of `in` as one JSON document (strict JSON, nothing but white space after the root),
 // then rewinds `in` and fingerprints it from the start. A syntax error is not reported here: it
 // stays recorded in the document. `messages` is never written. A stream that cannot be rewound
-// gets the fingerprint of whatever it still delivers. Never returns null; throws only when memory
-// is exhausted.
+// gets the fingerprint of whatever it still delivers. A read error of the stream buffer ends the
+// text where it happened. Never returns null; throws only when memory is exhausted.
 std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>& messages);
+
+// Reads a source text from `in` (from its position on) once, block by block, parsing and
+// fingerprinting the same bytes. Reading stops at the first byte that cannot continue the document:
+// a text that never ends (a device, a pipe whose writer stays open) fails as soon as it stops
+// being JSON. The document records the same outcome as ParseStream gives (error code and byte
+// offset included). The fingerprint covers every byte read, which for a valid document is the whole
+// text; it stays empty when the parse failed. A read error of the stream buffer ends the text
+// where it happened. Never returns null; throws only when memory is exhausted.
+std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in);
 
 // The first member of `object` named `name` (compared as C strings), or object.MemberEnd(). The
 // caller guarantees that `object` is an object.

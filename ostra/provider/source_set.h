@@ -57,11 +57,12 @@ class SourceSet {
   using InfoPtr =
       std::shared_ptr<const typename decltype(std::declval<SourceData>().info)::element_type>;
 
-  // Loads a source from the file its spec names. Null on failure, with `error` set.
+  // Loads a source from the file its spec names. Null on failure, with `error` set; a null spec
+  // is an InvalidArgument without messages.
   static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
                                                 ErrorPtr& error) {
+    if (!CheckSpec(spec, error) || !CheckFileType(*spec, error)) return nullptr;
     auto source = std::make_shared<SourceData>(spec);
-    if (!CheckFileType(*spec, error)) return nullptr;
     // A spec without a path names no file that could be opened; nor does a directory, which
     // the C library would open but not read.
     std::ifstream file;
@@ -74,10 +75,11 @@ class SourceSet {
           Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));
       return nullptr;
     }
-    // The file is read once, parsed and fingerprinted from the same bytes.
-    Messages messages;
-    const auto parsed = ParseStream(file, messages);
+    // The file is read once, block by block, parsed and fingerprinted from the same bytes; reading
+    // stops where the text stops being JSON, so a file that never ends cannot hold the load.
+    const auto parsed = ParseSource(file);
     file.close();
+    Messages messages;
     if (!Domain::ParseDocument(*parsed->document, *source, messages)) {
       error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(
           std::move(messages));
@@ -88,9 +90,10 @@ class SourceSet {
   }
 
   // Builds a source from a parsed document. A spec that is not of the file type gives null and
-  // leaves `error` untouched.
+  // leaves `error` untouched; a null spec is an InvalidArgument without messages.
   static std::shared_ptr<SourceData> LoadSource(const std::shared_ptr<const CreateSpec>& spec,
                                                 ParsedMetadata& parsed, ErrorPtr& error) {
+    if (!CheckSpec(spec, error)) return nullptr;
     auto source = std::make_shared<SourceData>(spec);
     if (spec->type.GetOrdinal() != 0) return nullptr;
     Messages messages;
@@ -202,6 +205,12 @@ class SourceSet {
       if (!error && fresh) entry.second = std::move(fresh);
     }
   };
+
+  static bool CheckSpec(const std::shared_ptr<const CreateSpec>& spec, ErrorPtr& error) {
+    if (spec) return true;
+    error = Data::ErrorFactory::GetError(Com::Corvane::Ostra::Std::Errors::InvalidArgument());
+    return false;
+  }
 
   static bool CheckFileType(const CreateSpec& spec, ErrorPtr& error) {
     using Com::Corvane::Ostra::Std::Errors::InvalidArgument;

@@ -10,7 +10,9 @@
 //                                                    {"component_id"})});
 //
 // Every operation's last two parameters are the activation and the AsyncResult; the ones before
-// are its inputs.
+// are its inputs. An input whose parameter is a boost::optional may be left out or null; every
+// other input is required. A missing (or null) required input, or an input of the wrong shape,
+// completes the call with an InvalidArgument error before the implementation is called.
 #pragma once
 
 #include <cstddef>
@@ -23,6 +25,8 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <boost/optional.hpp>
 
 #include "ostra/core/api_interface.h"
 #include "ostra/core/async_result.h"
@@ -55,6 +59,14 @@ struct BoundOperation {
 };
 
 namespace Detail {
+
+// An operation's input may be left out (or given as null) only where its parameter is a
+// boost::optional. Every other input is required, a record held by shared pointer too: a null
+// record never reaches the implementation.
+template <class T>
+struct IsOptionalInput : std::false_type {};
+template <class T>
+struct IsOptionalInput<boost::optional<T>> : std::true_type {};
 
 template <class M>
 struct MethodTraits;
@@ -113,12 +125,14 @@ BoundOperation<typename MethodTraits<M>::Interface> MakeOperation(std::string id
                                      const ApiInterface::InvokeCallback& done) {
     std::tuple<std::tuple_element_t<k, Params>...> args;
     std::shared_ptr<const Data::ErrorValue> inputError;
+    // Absent and null are the same: missing, unless the input is optional.
     auto read = [&](const std::string& name, auto& arg) {
       using Arg = std::decay_t<decltype(arg)>;
+      constexpr bool kOptional = IsOptionalInput<Arg>::value;
       if (inputError) return;
       const Data::ValuePtr field = input.GetField(name);
-      if (!field) {
-        if (!Data::TypeConverter<Arg>::kMayBeAbsent) inputError = MissingInputError(name);
+      if (!field || Data::Detail::Unwrap(*field) == nullptr) {
+        if (!kOptional) inputError = MissingInputError(name);
       } else if (!Data::TypeConverter<Arg>::FromValue(*field, arg)) {
         inputError = InvalidInputError(name);
       }

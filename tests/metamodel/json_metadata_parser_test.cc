@@ -180,6 +180,42 @@ TEST(MetamodelParser, TypeReferenceSpellings) {
   EXPECT_EQ(inner.element_type->builtin_type->GetValue(), Builtin::LONG);
 }
 
+// Equal type references may share one record; different ones never do, whatever bytes their
+// texts hold.
+TEST(MetamodelParser, TypeRecordsAreSharedOnlyByEqualReferences) {
+  const auto user = [](const std::string& kind, const std::string& name) {
+    return R"({"category":"USER_DEFINED","user_defined_type":")" + kind +
+           R"(","user_defined_type_name":")" + name + R"("})";
+  };
+  const auto list = [](const std::string& element) {
+    return R"({"category":"GENERIC","generic_type":"LIST","element_type":)" + element + "}";
+  };
+  const std::string first = user(R"(a\u0000b)", "c"), second = user("a", R"(b\u0000c)");
+  const std::string builtin = R"({"category":"BUILTIN","primitive_type":"STRING"})";
+  const std::string fields[] = {first,        second,      first,   list(first),
+                                list(second), list(first), builtin, builtin};
+  std::string document;
+  for (std::size_t i = 0; i < std::size(fields); ++i)
+    document += (i ? "," : "") + Field("f" + std::to_string(i), fields[i]);
+  const Load load = LoadText(Doc(Package("p", Structure("s", document))));
+  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  std::vector<std::shared_ptr<const Binding::Type>> types;
+  for (const auto& field : OnlyStructure(load).fields)
+    types.push_back(field->type);
+  ASSERT_EQ(types.size(), std::size(fields));
+
+  EXPECT_EQ(types[0]->user_defined_type->resource_type, std::string("a\0b", 3));
+  EXPECT_EQ(types[0]->user_defined_type->resource_id, "c");
+  EXPECT_EQ(types[1]->user_defined_type->resource_type, "a");
+  EXPECT_EQ(types[1]->user_defined_type->resource_id, std::string("b\0c", 3));
+  EXPECT_NE(types[0], types[1]);
+  EXPECT_EQ(types[0], types[2]);
+  EXPECT_NE(types[3], types[4]);
+  EXPECT_EQ(types[4]->generic_instantiation->element_type, types[1]);
+  EXPECT_EQ(types[3], types[5]);
+  EXPECT_EQ(types[6], types[7]);
+}
+
 TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
   const std::string constant_b =
       R"({"name":"B","documentation":"","type":{"category":"PRIMITIVE","type":"STRING"},"value":"1"})";

@@ -19,6 +19,7 @@ namespace {
 
 using Ostra::Provider::Metadata::FindMember;
 using Ostra::Provider::Metadata::JsonDocument;
+using Ostra::Provider::Metadata::kReadBlock;
 using Ostra::Provider::Metadata::ParsedMetadata;
 using Ostra::Provider::Metadata::ParseStream;
 using Ostra::Provider::Metadata::ValToString;
@@ -146,6 +147,27 @@ TEST(ParseStream, ReadErrorEndsTheTextWhereItHappened) {
   EXPECT_EQ(parsed->fingerprint, Crc(R"({"a":[1)"));
 }
 
+TEST(ParseStream, ReadErrorsAnywhereNeverEscape) {
+  // Moved off its start, the stream is parsed from there and fingerprinted from 0: both readings
+  // meet the failing block.
+  FailingBuffer buffer(R"({"a":[1,2,3]})", 7);
+  std::istream in(&buffer);
+  in.seekg(2);
+  std::list<Ostra::BaseMessage> messages;
+  std::shared_ptr<ParsedMetadata> parsed;
+  ASSERT_NO_THROW(parsed = ParseStream(in, messages));
+  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorValueInvalid);  // at "a"
+  EXPECT_EQ(parsed->fingerprint, Crc(R"({"a":[1)"));
+
+  // A directory opens as a stream whose every read fails.
+  std::ifstream directory(testing::TempDir(), std::ios::binary);
+  ASSERT_TRUE(directory.is_open());
+  directory.seekg(1);
+  ASSERT_NO_THROW(parsed = ParseStream(directory, messages));
+  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentEmpty);
+  EXPECT_EQ(parsed->fingerprint, Crc(""));
+}
+
 TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
   const auto parsed = Parse(R"({"a":1,"b":"x\u0000y","a":2})");
   const auto& root = *parsed->document;
@@ -175,6 +197,68 @@ struct Reference {
     fingerprint = Ostra::CRC32(in).Hexdigest();
   }
 };
+
+// A stream buffer that cannot seek and hands out its text `piece` bytes at a time, as a pipe whose
+// writer sends in small pieces. It counts the bytes it has handed out.
+class TricklingBuffer : public std::streambuf {
+ public:
+  TricklingBuffer(std::string data, std::size_t piece) : data_(std::move(data)), piece_(piece) {}
+  std::size_t Delivered() const { return at_; }
+
+ protected:
+  int_type underflow() override {
+    if (at_ == data_.size()) return traits_type::eof();
+    char* begin = &data_[at_];
+    at_ += std::min(piece_, data_.size() - at_);
+    setg(begin, begin, &data_[0] + at_);
+    return traits_type::to_int_type(*begin);
+  }
+
+ private:
+  std::string data_;
+  std::size_t piece_;
+  std::size_t at_ = 0;
+};
+
+// ParseSource reads `text` through a stream that hands it out whole, and through pipes that hand
+// it out a few bytes at a time: every time, the outcome is the reference's, a valid document is
+// fingerprinted whole, and a failed parse has read no further than the piece holding the byte
+// the parse stopped at.
+void ExpectSourceSameAsReference(const std::string& text) {
+  std::istringstream referenceIn(text);
+  const Reference reference(referenceIn);
+  std::istringstream wrapped(text);
+  rapidjson::BasicIStreamWrapper<std::istream> wrapper(wrapped);
+  JsonDocument stopped;
+  stopped.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
+  const std::size_t taken = wrapper.Tell();
+  const std::string shown = text.substr(0, 60);
+
+  const auto check = [&](const ParsedMetadata& parsed, const std::string& how) {
+    const auto& document = *parsed.document;
+    EXPECT_EQ(document.GetParseError(), reference.document.GetParseError()) << how << shown;
+    EXPECT_EQ(document.GetErrorOffset(), reference.document.GetErrorOffset()) << how << shown;
+    if (document.HasParseError()) {
+      EXPECT_EQ(parsed.fingerprint, "") << how << shown;
+    } else {
+      EXPECT_EQ(parsed.fingerprint, reference.fingerprint) << how << shown;
+      EXPECT_TRUE(document == reference.document) << how << shown;
+    }
+  };
+  std::istringstream whole(text);
+  check(*Ostra::Provider::Metadata::ParseSource(whole), "whole: ");
+  for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{4096}}) {
+    TricklingBuffer buffer(text, piece);
+    std::istream pipe(&buffer);
+    const auto parsed = Ostra::Provider::Metadata::ParseSource(pipe);
+    const std::string how = "pieces of " + std::to_string(piece) + ": ";
+    check(*parsed, how);
+    if (parsed->document->HasParseError() &&
+        parsed->document->GetParseError() != rapidjson::kParseErrorTermination) {
+      EXPECT_LE(buffer.Delivered(), taken + piece) << how << shown;
+    }
+  }
+}
 
 void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
   std::istringstream referenceIn(text), fastIn(text);
@@ -232,12 +316,20 @@ TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
                                 std::string(500, '[') + std::string(500, ']'),
                                 std::string(70000, '{')}) {
     ExpectSameAsReference(text);
+    ExpectSourceSameAsReference(text);
+  }
+  // Errors right before, at and after the end of the first block.
+  for (const std::size_t at : {kReadBlock - 1, kReadBlock, kReadBlock + 1}) {
+    std::string text = "[" + std::string(at - 1, ' ') + "x]";
+    ExpectSameAsReference(text);
+    ExpectSourceSameAsReference(text);
   }
   for (const char* name : {"metamodel.json", "authentication.json", "cli.json"}) {
     const std::string text = OstraTest::ExampleText(name);
     ExpectSameAsReference(text);
     // A stream that does not start at 0: parsed from there, fingerprinted from 0.
     ExpectSameAsReference(text, 40);
+    ExpectSourceSameAsReference(text);
   }
 }
 

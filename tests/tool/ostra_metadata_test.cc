@@ -233,10 +233,10 @@ TEST_F(ToolTest, JsonRpcSessionOverStdio) {
                 R"({"jsonrpc":"2.0","id":1,"result":{"identity":{"path":"","name":"fleet"},)", 0),
             0u)
       << lines[0];
-  EXPECT_NE(
-      lines[1].find(
-          R"("id":2,"error":{"code":-32000,"message":"Operation failed","data":{"kind":"NOT_FOUND")"),
-      std::string::npos)
+  EXPECT_NE(lines[1].find(
+                R"("id":2,"error":{"code":-32000,"message":"Metamodel component not found: zz",)"
+                R"("data":{"kind":"NOT_FOUND")"),
+            std::string::npos)
       << lines[1];
   EXPECT_EQ(lines[2].rfind(R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,)", 0), 0u);
   EXPECT_EQ(

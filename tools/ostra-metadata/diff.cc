@@ -1,12 +1,10 @@
 // The diff command: what changed from one set of documents to another, and what it does to
 // clients. The comparison is the library's (DiffModels); this prints it.
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <algorithm>
 #include <map>
 
 #include "commands.h"
+#include "json_writer.h"
 #include "report.h"
 
 namespace OstraTool {
@@ -14,15 +12,10 @@ namespace {
 
 using Ostra::Provider::Metadata::ChangeLevel;
 using Ostra::Provider::Metadata::ModelChange;
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-void String(Writer& writer, const std::string& text) {
-  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void OptionalString(Writer& writer, const boost::optional<std::string>& text) {
+void OptionalString(JsonWriter& writer, const boost::optional<std::string>& text) {
   if (text) {
-    String(writer, *text);
+    writer.String(*text);
   } else {
     writer.Null();
   }
@@ -30,22 +23,21 @@ void OptionalString(Writer& writer, const boost::optional<std::string>& text) {
 
 // {"metamodel": ..., "authentication": ..., "cli": ...}: the fingerprint over all sources of
 // each store.
-void Fingerprints(Writer& writer, const Host& host) {
+void Fingerprints(JsonWriter& writer, const Host& host) {
   const auto model = host.Model();
   writer.StartObject();
   writer.Key("metamodel");
-  String(writer, model.metamodel->SourceFingerprint(boost::none));
+  writer.String(model.metamodel->SourceFingerprint(boost::none));
   writer.Key("authentication");
-  String(writer, model.authentication->SourceFingerprint(boost::none));
+  writer.String(model.authentication->SourceFingerprint(boost::none));
   writer.Key("cli");
-  String(writer, model.cli->SourceFingerprint(boost::none));
+  writer.String(model.cli->SourceFingerprint(boost::none));
   writer.EndObject();
 }
 
 void PrintJson(const Host& before, const Host& after, const std::vector<ModelChange>& changes,
                std::ostream& out) {
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
+  JsonWriter writer;
   writer.StartObject();
   writer.Key("old");
   Fingerprints(writer, before);
@@ -56,13 +48,13 @@ void PrintJson(const Host& before, const Host& after, const std::vector<ModelCha
   for (const auto& change : changes) {
     writer.StartObject();
     writer.Key("rule");
-    String(writer, change.rule);
+    writer.String(change.rule);
     writer.Key("level");
     writer.String(ChangeLevelName(change.level));
     writer.Key("domain");
-    String(writer, change.domain);
+    writer.String(change.domain);
     writer.Key("path");
-    String(writer, change.path);
+    writer.String(change.path);
     writer.Key("old");
     OptionalString(writer, change.old_value);
     writer.Key("new");
@@ -71,7 +63,7 @@ void PrintJson(const Host& before, const Host& after, const std::vector<ModelCha
   }
   writer.EndArray();
   writer.EndObject();
-  out << buffer.GetString() << "\n";
+  out << writer.Text() << "\n";
 }
 
 // A path or value as written on a text line: as it is, or quoted when it is empty or holds a
@@ -80,7 +72,10 @@ std::string Shown(const std::string& text) {
   const bool plain = !text.empty() && std::none_of(text.begin(), text.end(), [](char c) {
     return static_cast<unsigned char>(c) < 0x20;
   });
-  return plain ? text : Quote(text);
+  if (plain) return text;
+  JsonWriter quoted;
+  quoted.String(text);
+  return quoted.Text();
 }
 
 // "-" on the side where there is no value.

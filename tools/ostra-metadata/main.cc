@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "json_writer.h"
 #include "report.h"
 
 namespace {
@@ -57,7 +58,10 @@ Commands:
   serve --stdio
                newline-delimited JSON-RPC 2.0 on stdin and stdout: method = service identifier,
                params = {"operation": ..., "input": {...}}. Batches and notifications are
-               accepted; an operation's error comes back with code -32000 and the error as data.
+               accepted; an operation's error comes back with code -32000, the text of its first
+               message and the error as data. Limits (-32600): 16 MiB per line, nesting of 1000,
+               262144 values, strings of 1 MiB; a batch whose replies pass 16 MiB runs no more of
+               its requests (-32001). A source created through serve must be a regular file.
 
 Exit status: 0 success, 1 usage, 2 the operation failed (check: the domains disagree; diff:
 a change at or above --fail-on), 3 a source failed to load.
@@ -164,7 +168,13 @@ int Call(const Host& host, const std::vector<std::string>& args) {
     std::cerr << ErrorJson(*reply.error) << "\n";
     return kFailed;
   }
-  std::cout << (reply.value ? Ostra::Data::ToJson(*reply.value) : "null") << "\n";
+  JsonWriter result;
+  if (reply.value) {
+    result.Value(*reply.value);
+  } else {
+    result.Null();
+  }
+  std::cout << result.Text() << "\n";
   return kOk;
 }
 

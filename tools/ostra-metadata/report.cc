@@ -1,46 +1,44 @@
 #include "report.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <fstream>
 #include <sstream>
 
+#include "json_writer.h"
+
 namespace OstraTool {
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-namespace {
-void String(Writer& writer, const std::string& text) {
-  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+std::string ErrorKind(const Ostra::Data::ErrorValue& error) {
+  using Com::Corvane::Ostra::Std::Errors::ErrorType;
+  return ErrorType(Com::Corvane::Ostra::Std::Errors::KindOf(error)).GetText();
 }
-}  // namespace
+
+void WriteError(JsonWriter& out, const Ostra::Data::ErrorValue& error) {
+  out.StartObject();
+  out.Key("kind");
+  out.String(ErrorKind(error));
+  out.Key("messages");
+  out.StartArray();
+  for (const auto& message : Ostra::Data::ErrorFactory::GetMessages(error)) {
+    out.StartObject();
+    out.Key("id");
+    out.String(message.GetId());
+    out.Key("text");
+    out.String(message.GetDefaultMessage());
+    out.Key("args");
+    out.StartArray();
+    for (const auto& arg : message.GetArgs())
+      out.String(arg);
+    out.EndArray();
+    out.EndObject();
+  }
+  out.EndArray();
+  out.EndObject();
+}
 
 std::string ErrorJson(const Ostra::Data::ErrorValue& error) {
-  using Com::Corvane::Ostra::Std::Errors::ErrorType;
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
-  writer.StartObject();
-  writer.Key("kind");
-  String(writer, ErrorType(Com::Corvane::Ostra::Std::Errors::KindOf(error)).GetText());
-  writer.Key("messages");
-  writer.StartArray();
-  for (const auto& message : Ostra::Data::ErrorFactory::GetMessages(error)) {
-    writer.StartObject();
-    writer.Key("id");
-    String(writer, message.GetId());
-    writer.Key("text");
-    String(writer, message.GetDefaultMessage());
-    writer.Key("args");
-    writer.StartArray();
-    for (const auto& arg : message.GetArgs())
-      String(writer, arg);
-    writer.EndArray();
-    writer.EndObject();
-  }
-  writer.EndArray();
-  writer.EndObject();
-  return buffer.GetString();
+  JsonWriter out;
+  WriteError(out, error);
+  return out.Text();
 }
 
 void PrintMessages(std::ostream& out, const std::string& prefix,
@@ -79,13 +77,6 @@ boost::optional<std::string> ReadFile(const std::string& path) {
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
-}
-
-std::string Quote(const std::string& text) {
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
-  String(writer, text);
-  return buffer.GetString();
 }
 
 }  // namespace OstraTool

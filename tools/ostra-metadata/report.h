@@ -10,7 +10,13 @@
 
 namespace OstraTool {
 
+class JsonWriter;
+
+// The name of an error's kind, such as "NOT_FOUND".
+std::string ErrorKind(const Ostra::Data::ErrorValue& error);
+
 // {"kind": "NOT_FOUND", "messages": [{"id": ..., "text": ..., "args": [...]}]}
+void WriteError(JsonWriter& out, const Ostra::Data::ErrorValue& error);
 std::string ErrorJson(const Ostra::Data::ErrorValue& error);
 
 // One message per line: "<prefix>id: text [args]".
@@ -26,8 +32,5 @@ TextPosition Locate(const std::string& text, std::size_t offset);
 
 // The whole content of a file, or none when it cannot be read.
 boost::optional<std::string> ReadFile(const std::string& path);
-
-// A JSON string literal of `text`.
-std::string Quote(const std::string& text);
 
 }  // namespace OstraTool
