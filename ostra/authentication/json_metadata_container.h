@@ -33,19 +33,7 @@ struct AuthenticationSources {
 };
 
 class JsonMetadataContainer final
-    : public ComponentStore<MetadataContainer, AuthenticationSources, Binding::ComponentData> {
- public:
-  std::list<std::string> ListPackages() const override;
-  std::shared_ptr<const Binding::PackageInfo> PackageInfo(
-      const std::string& packageId) const override;
-  std::list<std::string> ListServices() const override;
-  std::shared_ptr<const Binding::ServiceInfo> ServiceInfo(
-      const std::string& serviceId) const override;
-  boost::optional<std::list<std::string>> ListOperations(
-      const std::string& serviceId) const override;
-  std::shared_ptr<const Binding::OperationInfo> OperationInfo(
-      const std::string& serviceId, const std::string& operationName) const override;
-};
+    : public ComponentStore<MetadataContainer, AuthenticationSources, Binding::ComponentData> {};
 
 }  // namespace Authentication
 }  // namespace Metadata

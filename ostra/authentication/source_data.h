@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "ostra/provider/component_index.h"
 #include "ostra/std_bindings/authentication.h"
 
 namespace Ostra {
@@ -31,6 +32,8 @@ class SourceData {
   // Hex CRC32 of the source text, as the source digest uses it and as its components report it.
   std::string sourceFingerprint;
   std::string componentFingerprint;
+  // Packages, services and operations by identifier, built once the components are final.
+  ComponentIndex<Binding::ComponentInfo> index;
 };
 
 }  // namespace Authentication

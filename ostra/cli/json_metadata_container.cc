@@ -1,7 +1,6 @@
 #include "ostra/cli/json_metadata_container.h"
 
 #include <set>
-#include <vector>
 
 namespace Ostra {
 namespace Provider {
@@ -9,8 +8,7 @@ namespace Metadata {
 namespace Cli {
 namespace {
 
-// The loaded sources of one query, in id order.
-using Loaded = std::vector<const SourceData*>;
+using Loaded = SourceSet<CliSources>::Loaded;
 
 MetadataParser::RegisterCallbacks Register(SourceData& source) {
   return {[&source](const std::shared_ptr<Binding::Namespace_Svc::Info>& info) {
@@ -80,9 +78,20 @@ std::list<CommandId> JsonMetadataContainer::ListCommands(
     const boost::optional<std::string>& path) const {
   return sources_.Read([&](const Loaded& sources) {
     std::list<CommandId> ids;
+    if (!path) {
+      for (const SourceData* source : sources) {
+        for (const auto& entry : source->commands)
+          ids.push_back(entry.first);
+      }
+      return ids;
+    }
+    // Commands are ordered by path first: those of one path are neighbours.
+    const auto first = std::make_shared<const Binding::CommandSvc::Identity>(
+        Binding::CommandSvc::Identity{*path, std::string()});
     for (const SourceData* source : sources) {
-      for (const auto& entry : source->commands) {
-        if (!path || entry.first->path == *path) ids.push_back(entry.first);
+      for (auto it = source->commands.lower_bound(first);
+           it != source->commands.end() && it->first->path == *path; ++it) {
+        ids.push_back(it->first);
       }
     }
     return ids;

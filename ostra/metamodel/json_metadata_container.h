@@ -35,16 +35,6 @@ struct MetamodelSources {
 class JsonMetadataContainer final
     : public ComponentStore<MetadataContainer, MetamodelSources, Binding::ComponentData> {
  public:
-  std::list<std::string> ListPackages() const override;
-  std::shared_ptr<const Binding::PackageInfo> PackageInfo(
-      const std::string& packageId) const override;
-  std::list<std::string> ListServices() const override;
-  std::shared_ptr<const Binding::ServiceInfo> ServiceInfo(
-      const std::string& serviceId) const override;
-  boost::optional<std::list<std::string>> ListOperations(
-      const std::string& serviceId) const override;
-  std::shared_ptr<const Binding::OperationInfo> OperationInfo(
-      const std::string& serviceId, const std::string& operationId) const override;
   std::list<std::string> ListHiddens() const override;
   std::list<std::string> ListEnumerations() const override;
   std::shared_ptr<const Binding::EnumerationInfo> EnumerationInfo(

@@ -20,6 +20,30 @@ void SourceData::RegisterModel(const std::string& resource, const std::string& m
   resources[resource].insert(model);
 }
 
+void SourceData::IndexComponents() {
+  index.Build(components);
+  for (const auto& component : components) {
+    for (const auto& package : component.second->packages) {
+      for (const auto& structure : package.second->structures) {
+        structureStages[0].Insert(structure);
+        for (const auto& enumeration : structure.second->enumerations)
+          enumerationStages[2].Insert(enumeration);
+      }
+      for (const auto& enumeration : package.second->enumerations)
+        enumerationStages[0].Insert(enumeration);
+      for (const auto& service : package.second->services) {
+        for (const auto& structure : service.second->structures) {
+          structureStages[1].Insert(structure);
+          for (const auto& enumeration : structure.second->enumerations)
+            enumerationStages[3].Insert(enumeration);
+        }
+        for (const auto& enumeration : service.second->enumerations)
+          enumerationStages[1].Insert(enumeration);
+      }
+    }
+  }
+}
+
 }  // namespace Metamodel
 }  // namespace Metadata
 }  // namespace Provider

@@ -2,11 +2,13 @@
 // stamped with its fingerprints when the parse succeeded, then shared read-only.
 #pragma once
 
+#include <array>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
 
+#include "ostra/provider/component_index.h"
 #include "ostra/std_bindings/metamodel.h"
 
 namespace Ostra {
@@ -27,6 +29,8 @@ class SourceData {
   void RegisterResoure(const std::string& resource);
   // Adds a model to the resource's set, creating the resource when it is new.
   void RegisterModel(const std::string& resource, const std::string& model);
+  // Builds the indexes below from the components, which stay as they are from then on.
+  void IndexComponents();
 
   // The spec the source was created from; a reload loads from it again.
   std::shared_ptr<const Binding::SourceSvc::CreateSpec> spec;
@@ -39,6 +43,16 @@ class SourceData {
   // Both are empty until the source loaded.
   std::string fingerprint;
   std::string componentFingerprint;
+
+  // Lookups by identifier, each answering the first record of the id in walking order (components
+  // by name, then packages, services, structures, each map in key order).
+  ComponentIndex<Binding::ComponentInfo> index;
+  template <class Record>
+  using Index = FirstIndex<std::pair<const std::string, std::shared_ptr<const Record>>>;
+  // Structures of packages, then of services: the stages in which a structure is looked for.
+  std::array<Index<Binding::StructureInfo>, 2> structureStages;
+  // Enumerations of packages, of services, inside package structures, inside service structures.
+  std::array<Index<Binding::EnumerationInfo>, 4> enumerationStages;
 };
 
 }  // namespace Metamodel

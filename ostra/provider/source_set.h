@@ -7,7 +7,8 @@
 //     using CreateSpec = ...;   // SourceSvc::CreateSpec of the domain
 //     static constexpr const char* kSourceExistsId, kSourceNotFoundId, kSourceFileNotFoundId;
 //     static const std::shared_ptr<const CreateSpec>& SpecOf(const SourceData&);
-//     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);  // the domain parser
+//     // The domain parser; a source that loaded is indexed before it is stored.
+//     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);
 //     static void Stamp(SourceData&, const std::string& fingerprint);   // all its fingerprints
 //     static const std::string& SourceFingerprint(const SourceData&);
 //   };
@@ -25,7 +26,6 @@
 #include <mutex>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <boost/optional.hpp>
 
@@ -182,17 +182,46 @@ class SourceSet {
     return crc.Hexdigest();
   }
 
+  // The loaded sources in id order; entries stored without a source index are passed over.
+  class Loaded {
+   public:
+    using Map = std::map<std::string, SourcePtr>;
+    class Iterator {
+     public:
+      Iterator(typename Map::const_iterator it, typename Map::const_iterator end)
+          : it_(it), end_(end) {
+        Skip();
+      }
+      const SourceData* operator*() const { return it_->second.get(); }
+      Iterator& operator++() {
+        ++it_;
+        Skip();
+        return *this;
+      }
+      bool operator!=(const Iterator& other) const { return it_ != other.it_; }
+
+     private:
+      void Skip() {
+        while (it_ != end_ && !it_->second)
+          ++it_;
+      }
+      typename Map::const_iterator it_, end_;
+    };
+
+    explicit Loaded(const Map& sources) : sources_(sources) {}
+    Iterator begin() const { return Iterator(sources_.begin(), sources_.end()); }
+    Iterator end() const { return Iterator(sources_.end(), sources_.end()); }
+
+   private:
+    const Map& sources_;
+  };
+
   // Answers read(sources), the loaded sources in id order, under the lock: a query sees the
   // store either before or after any source operation.
   template <class Reader>
   auto Read(Reader read) const {
     std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<const SourceData*> sources;
-    sources.reserve(sources_.size());
-    for (const auto& entry : sources_) {
-      if (entry.second) sources.push_back(entry.second.get());
-    }
-    return read(static_cast<const std::vector<const SourceData*>&>(sources));
+    return read(Loaded(sources_));
   }
 
  private:
@@ -292,14 +321,19 @@ class SourceStore : public Interface {
   Sources sources_;
 };
 
-// The component queries of the domains whose sources hold components by name (`components`),
-// each answered with the fingerprint its source reports (`componentFingerprint`): the list in
-// source order, and the first source that holds a name.
+// The queries of the domains whose sources hold components by name (`components`), each with
+// packages, services and operations, indexed by a ComponentIndex (`index`). Components are answered
+// with the fingerprint their source reports (`componentFingerprint`). Lists run in walking order;
+// lookups answer the first match in that order, a few index lookups per source.
 template <class Interface, class Domain, class ComponentData>
 class ComponentStore : public SourceStore<Interface, Domain> {
  public:
   using SourceData = typename Domain::SourceData;
-  using Loaded = std::vector<const SourceData*>;
+  using Loaded = typename SourceSet<Domain>::Loaded;
+  using Index = decltype(std::declval<SourceData>().index);
+  using PackagePtr = std::shared_ptr<typename Index::Package>;
+  using ServicePtr = std::shared_ptr<typename Index::Service>;
+  using OperationPtr = std::shared_ptr<typename Index::Operation>;
 
   std::list<std::string> ListComponents() const override {
     return this->sources_.Read([](const Loaded& sources) {
@@ -330,10 +364,87 @@ class ComponentStore : public SourceStore<Interface, Domain> {
     });
   }
 
+  std::list<std::string> ListPackages() const override {
+    return this->sources_.Read([](const Loaded& sources) {
+      std::list<std::string> ids;
+      for (const SourceData* source : sources) {
+        for (const auto& component : source->components) {
+          for (const auto& package : component.second->packages)
+            ids.push_back(package.first);
+        }
+      }
+      return ids;
+    });
+  }
+
+  PackagePtr PackageInfo(const std::string& packageId) const override {
+    return this->sources_.Read([&](const Loaded& sources) -> PackagePtr {
+      for (const SourceData* source : sources) {
+        if (const auto* package = source->index.FindPackage(packageId)) return *package;
+      }
+      return nullptr;
+    });
+  }
+
+  std::list<std::string> ListServices() const override {
+    return this->sources_.Read([](const Loaded& sources) {
+      std::list<std::string> ids;
+      for (const SourceData* source : sources) {
+        for (const auto& component : source->components) {
+          for (const auto& package : component.second->packages) {
+            for (const auto& service : package.second->services)
+              ids.push_back(service.first);
+          }
+        }
+      }
+      return ids;
+    });
+  }
+
+  ServicePtr ServiceInfo(const std::string& serviceId) const override {
+    return this->sources_.Read(
+        [&](const Loaded& sources) { return FindService(sources, serviceId); });
+  }
+
+  // The operation names of the first service of that id.
+  boost::optional<std::list<std::string>> ListOperations(
+      const std::string& serviceId) const override {
+    return this->sources_.Read(
+        [&](const Loaded& sources) -> boost::optional<std::list<std::string>> {
+          const ServicePtr service = FindService(sources, serviceId);
+          if (!service) return boost::none;
+          std::list<std::string> names;
+          for (const auto& operation : service->operations)
+            names.push_back(operation.first);
+          return names;
+        });
+  }
+
+  // A service of that id without the operation does not end the search: later services of the
+  // id, in that source or later ones, are tried.
+  OperationPtr OperationInfo(const std::string& serviceId,
+                             const std::string& operationId) const override {
+    return this->sources_.Read([&](const Loaded& sources) -> OperationPtr {
+      for (const SourceData* source : sources) {
+        if (const auto* operation = source->index.FindOperation(serviceId, operationId)) {
+          return *operation;
+        }
+      }
+      return nullptr;
+    });
+  }
+
  private:
   static const SourceData* SourceOf(const Loaded& sources, const std::string& name) {
     for (const SourceData* source : sources) {
       if (source->components.count(name) != 0) return source;
+    }
+    return nullptr;
+  }
+
+  static ServicePtr FindService(const Loaded& sources, const std::string& serviceId) {
+    for (const SourceData* source : sources) {
+      if (const auto* service = source->index.FindService(serviceId)) return *service;
     }
     return nullptr;
   }

@@ -1,0 +1,459 @@
+// The stores answer lookups from per-source indexes. Here every query is compared with a plain walk
+// over the same sources in walking order, on generated documents whose few names repeat across
+// packages, services, structures, components and sources.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ostra/authentication/json_metadata_container.h"
+#include "ostra/cli/json_metadata_container.h"
+#include "ostra/core/json.h"
+#include "ostra/core/type_converter.h"
+#include "ostra/metamodel/json_metadata_container.h"
+#include "test_store.h"
+
+namespace {
+
+namespace Metadata = Ostra::Provider::Metadata;
+namespace Mm = Com::Corvane::Ostra::Metadata::Metamodel;
+namespace Au = Com::Corvane::Ostra::Metadata::Authentication;
+namespace CliB = Com::Corvane::Ostra::Metadata::Cli;
+
+// A fixed pseudo-random sequence, so that every run tests the same documents.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : state_(seed) {}
+  int Next(int bound) {
+    state_ = state_ * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<int>((state_ >> 33) % static_cast<std::uint64_t>(bound));
+  }
+  // One of the names prefix0 .. prefix{count-1}.
+  std::string Name(const std::string& prefix, int count) {
+    return prefix + std::to_string(Next(count));
+  }
+
+ private:
+  std::uint64_t state_;
+};
+
+// Joins `count` items made by `make`.
+template <class Make>
+std::string Items(int count, Make make) {
+  std::string items;
+  for (int i = 0; i < count; ++i)
+    items += (i ? "," : "") + make();
+  return items;
+}
+
+std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
+  std::istringstream in(text);
+  std::list<Ostra::BaseMessage> messages;
+  return Metadata::ParseStream(in, messages);
+}
+
+// Loads each text as a source of `store` (ids in the order given) and answers the source indexes
+// a walk reads, loaded apart from the store.
+template <class Store, class Container>
+std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
+    Store& store, const std::vector<std::string>& texts) {
+  using Spec = typename Container::CreateSpec;
+  std::vector<std::shared_ptr<typename Container::SourceData>> walked;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    const std::string id(1, static_cast<char>('a' + i));
+    auto parsed = Parse(texts[i]);
+    Metadata::ErrorPtr error;
+    walked.push_back(Container::LoadSource(OstraTest::FileSpec<Spec>(""), *parsed, error));
+    EXPECT_NE(walked.back(), nullptr);
+    EXPECT_EQ(store->CreateSourceFromMetadata(id, *parsed, OstraTest::FileSpec<Spec>("")), nullptr);
+  }
+  // An entry without a source index sorts after the others; lookups pass over it.
+  auto remote = std::make_shared<Spec>(*OstraTest::FileSpec<Spec>(""));
+  remote->type = decltype(remote->type)::REMOTE;
+  EXPECT_EQ(store->CreateSourceFromMetadata("z", *Parse(texts.front()), remote), nullptr);
+  return walked;
+}
+
+// ---- Metamodel
+
+// Every record carries a documentation text of its own, which tells records apart.
+class MetamodelDocs {
+ public:
+  explicit MetamodelDocs(std::uint64_t seed) : random_(seed) {}
+
+  std::string Document() {
+    return R"({"metamodel":{"component":{"name":")" + random_.Name("c", 2) + "\"," + Common() +
+           R"(,"packages":[)" + Items(1 + random_.Next(3), [&] { return Package(); }) + "]}}}";
+  }
+
+ private:
+  std::string Common() {
+    return R"("documentation":"d)" + std::to_string(next_++) + R"(","metadata":{})";
+  }
+  std::string Named(const std::string& name) { return R"({"name":")" + name + "\"," + Common(); }
+  std::string Enumerations() {
+    return R"("enumerations":[)" +
+           Items(random_.Next(3),
+                 [&] { return Named(random_.Name("e", 4)) + R"(,"values":[]})"; }) +
+           "]";
+  }
+  std::string Structures() {
+    return R"("structures":[)" +
+           Items(random_.Next(3),
+                 [&] {
+                   return R"({"name":")" + random_.Name("t", 4) + R"(","type":"STRUCTURE",)" +
+                          Common() + "," + Enumerations() + R"(,"constants":[],"fields":[]})";
+                 }) +
+           "]";
+  }
+  std::string Operation() {
+    return Named(random_.Name("o", 4)) +
+           R"(,"params":[],"result":{"documentation":"","metadata":{},"type":)"
+           R"({"category":"BUILTIN","primitive_type":"VOID"}},"errors":[]})";
+  }
+  std::string Service() {
+    return Named(random_.Name("s", 4)) + "," + Enumerations() + "," + Structures() +
+           R"(,"constants":[],"operations":[)" +
+           Items(random_.Next(4), [&] { return Operation(); }) + "]}";
+  }
+  std::string Package() {
+    return Named(random_.Name("p", 4)) + "," + Enumerations() + "," + Structures() +
+           R"(,"services":[)" + Items(random_.Next(4), [&] { return Service(); }) + "]}";
+  }
+
+  Random random_;
+  int next_ = 0;
+};
+
+// Entries of one kind of record in walking order: sources, components, packages, services,
+// structures, each map in key order.
+template <class Record>
+using Entries = std::vector<std::pair<std::string, std::shared_ptr<const Record>>>;
+
+template <class Map, class Record>
+void Append(Entries<Record>& entries, const Map& map) {
+  entries.insert(entries.end(), map.begin(), map.end());
+}
+
+template <class Record>
+std::list<std::string> Keys(const std::vector<const Entries<Record>*>& stages) {
+  std::list<std::string> keys;
+  for (const auto* stage : stages) {
+    for (const auto& entry : *stage)
+      keys.push_back(entry.first);
+  }
+  return keys;
+}
+
+// The first record of `id`, stage by stage; null if there is none.
+template <class Record>
+std::shared_ptr<const Record> First(const std::vector<const Entries<Record>*>& stages,
+                                    const std::string& id) {
+  for (const auto* stage : stages) {
+    for (const auto& entry : *stage) {
+      if (entry.first == id) return entry.second;
+    }
+  }
+  return nullptr;
+}
+
+// The documentation that tells records apart; "-" for none.
+template <class Record>
+std::string Doc(const std::shared_ptr<const Record>& record) {
+  return record ? record->documentation : "-";
+}
+
+std::string Names(const boost::optional<std::list<std::string>>& names) {
+  if (!names) return "-";
+  std::string text;
+  for (const auto& name : *names)
+    text += name + " ";
+  return text;
+}
+
+// Every lookup of the Metamodel store answered by walking the sources.
+struct MetamodelWalk {
+  explicit MetamodelWalk(
+      const std::vector<std::shared_ptr<Metadata::Metamodel::SourceData>>& sources) {
+    for (const auto& source : sources) {
+      for (const auto& component : source->components) {
+        for (const auto& package : component.second->packages) {
+          packages.push_back(package);
+          const Mm::PackageInfo& p = *package.second;
+          Append(structures[0], p.structures);
+          Append(enumerations[0], p.enumerations);
+          for (const auto& structure : p.structures)
+            Append(enumerations[2], structure.second->enumerations);
+          for (const auto& service : p.services) {
+            services.push_back(service);
+            Append(structures[1], service.second->structures);
+            Append(enumerations[1], service.second->enumerations);
+            for (const auto& structure : service.second->structures)
+              Append(enumerations[3], structure.second->enumerations);
+          }
+        }
+      }
+    }
+  }
+
+  std::vector<const Entries<Mm::StructureInfo>*> StructureStages() const {
+    return {&structures[0], &structures[1]};
+  }
+  std::vector<const Entries<Mm::EnumerationInfo>*> EnumerationStages() const {
+    return {&enumerations[0], &enumerations[1], &enumerations[2], &enumerations[3]};
+  }
+  boost::optional<std::list<std::string>> Operations(const std::string& service) const {
+    const auto found = First<Mm::ServiceInfo>({&services}, service);
+    if (!found) return boost::none;
+    std::list<std::string> names;
+    for (const auto& operation : found->operations)
+      names.push_back(operation.first);
+    return names;
+  }
+  // From the first service of that id that has the operation.
+  std::shared_ptr<const Mm::OperationInfo> Operation(const std::string& service,
+                                                     const std::string& operation) const {
+    for (const auto& entry : services) {
+      const auto it = entry.second->operations.find(operation);
+      if (entry.first == service && it != entry.second->operations.end()) return it->second;
+    }
+    return nullptr;
+  }
+
+  Entries<Mm::PackageInfo> packages;
+  Entries<Mm::ServiceInfo> services;
+  Entries<Mm::StructureInfo> structures[2];  // of packages, of services
+  Entries<Mm::EnumerationInfo>
+      enumerations[4];  // of packages, of services, inside their structures
+};
+
+using MetamodelStore = std::shared_ptr<Metadata::Metamodel::MetadataContainer>;
+
+// Compares every lookup and list of `store` with the walk over `texts`, loaded as its sources.
+void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
+  MetamodelStore store = Metadata::Metamodel::MetadataContainer::GetInstance();
+  const MetamodelWalk walk(
+      LoadAll<MetamodelStore, Metadata::Metamodel::JsonMetadataContainer>(store, texts));
+  EXPECT_EQ(store->ListPackages(), Keys<Mm::PackageInfo>({&walk.packages}));
+  EXPECT_EQ(store->ListServices(), Keys<Mm::ServiceInfo>({&walk.services}));
+  EXPECT_EQ(store->ListStructures(), Keys(walk.StructureStages()));
+  EXPECT_EQ(store->ListEnumerations(), Keys(walk.EnumerationStages()));
+  // The generated names end in 0 to 3; 4 is a name that no record has.
+  for (int i = 0; i <= 4; ++i) {
+    const std::string n = std::to_string(i);
+    SCOPED_TRACE("name number " + n);
+    EXPECT_EQ(Doc(store->PackageInfo("p" + n)),
+              Doc(First<Mm::PackageInfo>({&walk.packages}, "p" + n)));
+    EXPECT_EQ(Doc(store->ServiceInfo("s" + n)),
+              Doc(First<Mm::ServiceInfo>({&walk.services}, "s" + n)));
+    EXPECT_EQ(Names(store->ListOperations("s" + n)), Names(walk.Operations("s" + n)));
+    EXPECT_EQ(Doc(store->StructureInfo("t" + n)), Doc(First(walk.StructureStages(), "t" + n)));
+    EXPECT_EQ(Doc(store->EnumerationInfo("e" + n)), Doc(First(walk.EnumerationStages(), "e" + n)));
+    for (int j = 0; j <= 4; ++j) {
+      const std::string o = "o" + std::to_string(j);
+      EXPECT_EQ(Doc(store->OperationInfo("s" + n, o)), Doc(walk.Operation("s" + n, o))) << o;
+    }
+  }
+}
+
+TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
+  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    MetamodelDocs docs(seed);
+    ExpectMetamodelLookupsAsWalked({docs.Document(), docs.Document(), docs.Document()});
+  }
+}
+
+// A stage runs over all sources before the next one starts: source b's package enumeration and
+// package structure beat those that source a has in a service.
+TEST(LookupDifferential, MetamodelStagesSpanAllSources) {
+  const std::string record = R"("metadata":{},"enumerations":[],"constants":[],"fields":[])";
+  const auto doc = [](const std::string& package) {
+    return R"({"metamodel":{"component":{"name":"c","documentation":"","metadata":{},)"
+           R"("packages":[)" +
+           package + "]}}}";
+  };
+  const auto enumeration = [](const std::string& documentation) {
+    return R"({"name":"e","documentation":")" + documentation + R"(","metadata":{},"values":[]})";
+  };
+  const auto structure = [&](const std::string& documentation) {
+    return R"({"name":"t","type":"STRUCTURE","documentation":")" + documentation + "\"," + record +
+           "}";
+  };
+  const std::string a =
+      doc(R"({"name":"pa","documentation":"","metadata":{},"enumerations":[],"structures":[],)"
+          R"("services":[{"name":"s","documentation":"","metadata":{},"enumerations":[)" +
+          enumeration("a service") + R"(],"structures":[)" + structure("a service") +
+          R"(],"constants":[],"operations":[]}]})");
+  const std::string b = doc(R"({"name":"pb","documentation":"","metadata":{},"enumerations":[)" +
+                            enumeration("b package") + R"(],"structures":[)" +
+                            structure("b package") + R"(],"services":[]})");
+  MetamodelStore store = Metadata::Metamodel::MetadataContainer::GetInstance();
+  LoadAll<MetamodelStore, Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
+  EXPECT_EQ(Doc(store->EnumerationInfo("e")), "b package");
+  EXPECT_EQ(Doc(store->StructureInfo("t")), "b package");
+  ExpectMetamodelLookupsAsWalked({a, b});
+}
+
+// ---- Authentication
+
+// Records have no names of their own: each gets a scheme list of its own (the digits of a count,
+// as scheme names), which tells records apart.
+class AuthenticationDocs {
+ public:
+  explicit AuthenticationDocs(std::uint64_t seed) : random_(seed) {}
+
+  std::string Document() {
+    return R"({"authentication":{"product":{)" + Component() + R"(},"component":{)" + Component() +
+           "}}}";
+  }
+
+ private:
+  std::string Component() {
+    std::string schemes;
+    for (int k = 0; k < 10; ++k) {
+      schemes += std::string(k ? "," : "") + "\"k" + std::to_string(k) +
+                 R"(":{"authenticationScheme":"scheme)" + std::to_string(k) +
+                 R"(","type":"SESSIONLESS"})";
+    }
+    const auto members = [&](int count, auto id) {
+      return Items(count, [&] { return "\"" + id() + "\":" + Schemes(); });
+    };
+    const auto package = [&] {
+      return random_.Next(3) == 0 ? std::string("p.q") : random_.Name("p", 2);
+    };
+    const auto service = [&] { return package() + "." + random_.Name("s", 2); };
+    return R"("name":")" + random_.Name("c", 2) + R"(","schemes":{)" + schemes +
+           R"(},"operations":{)" +
+           members(random_.Next(8), [&] { return service() + "." + random_.Name("o", 3); }) +
+           R"(},"services":{)" + members(random_.Next(4), service) + R"(},"packages":{)" +
+           members(random_.Next(3), package) + "}";
+  }
+  std::string Schemes() {
+    std::string list;
+    for (const char digit : std::to_string(next_++))
+      list += std::string(list.empty() ? "" : ",") + "\"k" + digit + "\"";
+    return "[" + list + "]";
+  }
+
+  Random random_;
+  int next_ = 1;
+};
+
+template <class Record>
+std::string Json(const std::shared_ptr<const Record>& record) {
+  if (!record) return "-";
+  return Ostra::Data::ToJson(
+      *Ostra::Data::TypeConverter<Record>::ToValue(*record, Ostra::L10n::RequestLocalizer()));
+}
+
+TEST(LookupDifferential, AuthenticationLookupsAnswerAsTheWalk) {
+  using Store = std::shared_ptr<Metadata::Authentication::MetadataContainer>;
+  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    AuthenticationDocs docs(seed);
+    Store store = Metadata::Authentication::MetadataContainer::GetInstance();
+    Entries<Au::PackageInfo> packages;
+    Entries<Au::ServiceInfo> services;
+    for (const auto& source : LoadAll<Store, Metadata::Authentication::JsonMetadataContainer>(
+             store, {docs.Document(), docs.Document(), docs.Document()})) {
+      for (const auto& component : source->components) {
+        Append(packages, component.second->packages);
+        for (const auto& package : component.second->packages)
+          Append(services, package.second->services);
+      }
+    }
+    EXPECT_EQ(store->ListPackages(), Keys<Au::PackageInfo>({&packages}));
+    EXPECT_EQ(store->ListServices(), Keys<Au::ServiceInfo>({&services}));
+    for (const char* package : {"p0", "p1", "p.q", "p2", "p"}) {
+      EXPECT_EQ(Json(store->PackageInfo(package)),
+                Json(First<Au::PackageInfo>({&packages}, package)));
+      for (const char* name : {"s0", "s1", "s2"}) {
+        const std::string service = std::string(package) + "." + name;
+        SCOPED_TRACE(service);
+        const auto first = First<Au::ServiceInfo>({&services}, service);
+        EXPECT_EQ(Json(store->ServiceInfo(service)), Json(first));
+        std::list<std::string> operations;
+        if (first) {
+          for (const auto& operation : first->operations)
+            operations.push_back(operation.first);
+        }
+        EXPECT_EQ(Names(store->ListOperations(service)),
+                  Names(first ? boost::make_optional(operations) : boost::none));
+        for (const char* operation : {"o0", "o1", "o2", "o3"}) {
+          std::shared_ptr<const Au::OperationInfo> walked;
+          for (const auto& entry : services) {
+            const auto it = entry.second->operations.find(operation);
+            if (entry.first == service && it != entry.second->operations.end()) {
+              walked = it->second;
+              break;
+            }
+          }
+          EXPECT_EQ(Json(store->OperationInfo(service, operation)), Json(walked)) << operation;
+        }
+      }
+    }
+  }
+}
+
+// ---- Cli
+
+// Commands of a few paths and names, each described by a text of its own.
+std::string CliDocument(Random& random, int& next) {
+  static const char* const kPaths[] = {"", "a", "a.b", "ab", "b"};
+  return R"({"cli":[)" +
+         Items(random.Next(12),
+               [&] {
+                 return R"({"type":"command","path":")" + std::string(kPaths[random.Next(5)]) +
+                        R"(","name":")" + random.Name("n", 3) + R"(","description":"d)" +
+                        std::to_string(next++) +
+                        R"(","node_metadata":{"service_id":"x","operation_id":"y"}})";
+               }) +
+         "]}";
+}
+
+TEST(LookupDifferential, CliCommandsAnswerAsTheWalk) {
+  using Store = std::shared_ptr<Metadata::Cli::MetadataContainer>;
+  using Identity = CliB::CommandSvc::Identity;
+  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Random random(seed);
+    int next = 0;
+    Store store = Metadata::Cli::MetadataContainer::GetInstance();
+    const auto sources = LoadAll<Store, Metadata::Cli::JsonMetadataContainer>(
+        store, {CliDocument(random, next), CliDocument(random, next), CliDocument(random, next)});
+    for (const boost::optional<std::string>& path :
+         {boost::optional<std::string>(), boost::make_optional(std::string()),
+          boost::make_optional(std::string("a")), boost::make_optional(std::string("a.b")),
+          boost::make_optional(std::string("ab")), boost::make_optional(std::string("c"))}) {
+      std::vector<std::string> walked, listed;
+      for (const auto& source : sources) {
+        for (const auto& command : source->commands) {
+          if (!path || command.first->path == *path)
+            walked.push_back(command.first->path + "/" + command.first->name);
+        }
+      }
+      for (const auto& id : store->ListCommands(path))
+        listed.push_back(id->path + "/" + id->name);
+      EXPECT_EQ(listed, walked) << (path ? *path : "(all)");
+      if (!path) continue;
+      for (const char* name : {"n0", "n1", "n2", "n3"}) {
+        const auto identity = std::make_shared<const Identity>(Identity{*path, name});
+        std::string first = "-";
+        for (const auto& source : sources) {
+          const auto it = source->commands.find(identity);
+          if (it != source->commands.end()) {
+            first = it->second->description;
+            break;
+          }
+        }
+        const auto info = store->CommandInfo(identity);
+        EXPECT_EQ(info ? info->description : "-", first) << *path << "/" << name;
+      }
+    }
+  }
+}
+
+}  // namespace
