@@ -1,6 +1,7 @@
-// ostra-memory: resident memory that a loaded 10 MiB Metamodel source costs, and the peak while
-// it loads, as multiples of the file size. Linux only: reads /proc/self/status and resets the
-// peak through /proc/self/clear_refs.
+// ostra-memory [documented|dense] [MiB]: resident memory that a loaded Metamodel source of the
+// given shape and size (default: documented, 10 MiB) costs, and the peak while it loads, as
+// multiples of the file size. Linux only: reads /proc/self/status and resets the peak through
+// /proc/self/clear_refs.
 #include <malloc.h>
 
 #include <cstdio>
@@ -25,11 +26,19 @@ long StatusKiB(const std::string& field) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::size_t mib = argc > 1 ? std::stoul(argv[1]) : 10;
+  const std::string shapeName = argc > 1 ? argv[1] : "documented";
+  if (shapeName != "documented" && shapeName != "dense") {
+    std::cerr << "usage: ostra-memory [documented|dense] [MiB]\n";
+    return 2;
+  }
+  const auto shape =
+      shapeName == "dense" ? OstraBench::Shape::kDense : OstraBench::Shape::kDocumented;
+  const std::size_t mib = argc > 2 ? std::stoul(argv[2]) : 10;
   std::string path;
   std::size_t size = 0;
   {
-    const std::string text = OstraBench::MetamodelDocument(mib * OstraBench::kMiB);
+    const std::string text =
+        OstraBench::MetamodelDocument(mib * OstraBench::kMiB, "com.bench", shape);
     size = text.size();
     path = OstraBench::WriteTemp("memory-metamodel.json", text);
   }
@@ -50,7 +59,8 @@ int main(int argc, char** argv) {
   std::remove(path.c_str());
 
   const double file = static_cast<double>(size) / 1024.0;
-  std::printf("file              %8.1f MiB\n", file / 1024.0);
+  std::printf("file (%s)%*s %8.1f MiB\n", shapeName.c_str(),
+              static_cast<int>(12 - shapeName.size()), "", file / 1024.0);
   std::printf("resident growth   %8.1f MiB  %5.2f x file\n", (after - before) / 1024.0,
               (after - before) / file);
   std::printf("peak during load  %8.1f MiB  %5.2f x file\n", (peak - before) / 1024.0,
