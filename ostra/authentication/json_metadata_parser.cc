@@ -1,5 +1,7 @@
 #include "ostra/authentication/json_metadata_parser.h"
 
+#include <vector>
+
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
@@ -14,19 +16,29 @@ constexpr const char* kInvalidOperationId =
     "ostra.metadata.authentication.json.invalid.operation.id";
 constexpr const char* kInvalidServiceId = "ostra.metadata.authentication.json.invalid.service.id";
 
-// Moves every pool entry under `key` into a map by entry name (the first of a name wins).
-template <class Pool, class Map>
-Map TakeEntries(Pool& pool, const std::string& key) {
-  Map taken;
-  const auto range = pool.equal_range(key);
-  for (auto it = range.first; it != range.second; ++it)
-    taken.emplace(it->second);
-  pool.erase(range.first, range.second);
-  return taken;
+// The characters of a string value, as a view into the document.
+std::string_view ViewOf(const JsonValue& value) {
+  return std::string_view(value.GetString(), value.GetStringLength());
 }
 
-using OperationMap = std::map<std::string, std::shared_ptr<const Binding::OperationInfo>>;
-using ServiceMap = std::map<std::string, std::shared_ptr<const Binding::ServiceInfo>>;
+// Takes the group of `key`, leaving it empty; an empty map when there is none.
+template <class Groups, class Map>
+void TakeGroup(Groups& groups, std::string_view key, Map& into) {
+  if (auto* group = groups.Find(key)) group->swap(into);
+}
+
+// Whether a group is still there: taking one leaves it empty.
+template <class Map>
+bool NotTaken(const Map& group) {
+  return !group.empty();
+}
+
+Binding::SchemeList ListOf(const JsonMetadataParser::SchemeRefs& schemes) {
+  Binding::SchemeList list;
+  for (const auto* scheme : schemes)
+    list.push_back(*scheme);
+  return list;
+}
 
 }  // namespace
 
@@ -35,9 +47,9 @@ SchemeType ParseSchemeTypeEnum(const std::string& upper) {
   return EnumConverter<SchemeType>::Convert(upper);
 }
 
-std::pair<std::string, std::string> JsonMetadataParser::SplitFqdn(const std::string& text) {
+std::pair<std::string_view, std::string_view> JsonMetadataParser::SplitFqdn(std::string_view text) {
   const auto dot = text.rfind('.');
-  if (dot == std::string::npos) return {std::string(), text};
+  if (dot == std::string_view::npos) return {std::string_view(), text};
   return {text.substr(0, dot), text.substr(dot + 1)};
 }
 
@@ -91,35 +103,35 @@ bool JsonMetadataParser::ParseComponent(const RegisterCallbacks& callback,
   if (!schemes) return false;
   const SchemeTable& table = schemes.Value();
 
-  JsonOptObjectMember<OperationPool> operations(
+  JsonOptObjectMember<OperationGroups> operations(
       component, "operations",
-      [&table](const JsonValue& object, OperationPool& pool, Messages& m) {
-        return ParseOperations(table, object, pool, m);
+      [&table](const JsonValue& object, OperationGroups& groups, Messages& m) {
+        return ParseOperations(table, object, groups, m);
       },
       messages);
   if (!operations) return false;
-  OperationPool operationPool = operations.Take();
+  OperationGroups operationGroups = operations.Take();
 
-  JsonOptObjectMember<ServicePool> services(
+  JsonOptObjectMember<ServiceGroups> services(
       component, "services",
-      [&](const JsonValue& object, ServicePool& pool, Messages& m) {
-        return ParseServices(table, operationPool, object, pool, m);
+      [&](const JsonValue& object, ServiceGroups& groups, Messages& m) {
+        return ParseServices(table, operationGroups, object, groups, m);
       },
       messages);
   if (!services) return false;
-  ServicePool servicePool = services.Take();
+  ServiceGroups serviceGroups = services.Take();
   // Its answer is ignored: operations it could not place are dropped, the component goes on.
-  CreateServicesFromOperations(operationPool, servicePool, messages);
+  CreateServicesFromOperations(operationGroups, serviceGroups, messages);
 
   JsonOptObjectMember<PackageTable> packages(
       component, "packages",
       [&](const JsonValue& object, PackageTable& packageTable, Messages& m) {
-        return ParsePackages(table, servicePool, object, packageTable, m);
+        return ParsePackages(table, serviceGroups, object, packageTable, m);
       },
       messages);
   if (!packages) return false;
   PackageTable packageTable = packages.Take();
-  CreatePackagesFromServices(servicePool, packageTable, messages);
+  CreatePackagesFromServices(serviceGroups, packageTable, messages);
 
   auto info = std::make_shared<Binding::ComponentInfo>();
   info->packages = std::move(packageTable);
@@ -158,7 +170,7 @@ std::shared_ptr<const Binding::AuthenticationInfo> JsonMetadataParser::ParseAuth
 // Every fault of a list is reported under the literal name "packages", whichever member holds
 // the list, and an unknown scheme under the literal "id".
 bool JsonMetadataParser::ParseSchemeList(const SchemeTable& table, const JsonValue& value,
-                                         Binding::SchemeList& list, Messages& messages) {
+                                         SchemeRefs& schemes, Messages& messages) {
   if (!value.IsArray()) {
     AddMessage(messages, kInvalidFieldId, "packages");
     return false;
@@ -168,86 +180,116 @@ bool JsonMetadataParser::ParseSchemeList(const SchemeTable& table, const JsonVal
       AddMessage(messages, kInvalidFieldId, "packages");
       return false;
     }
-    const auto scheme = table.find(ValToString(element));
+    const auto scheme = table.find(ViewOf(element));
     if (scheme == table.end()) {
       AddMessage(messages, kUnknownSchemeId, "id");
       return false;
     }
-    list.push_back(scheme->second);
+    schemes.push_back(&scheme->second);
   }
   return true;
 }
 
+// Operations are grouped by service identifier; within a group the first of a name wins.
+// Operations that name the same schemes share one record: records are immutable, and a large
+// document names a few lists of schemes many thousand times.
 bool JsonMetadataParser::ParseOperations(const SchemeTable& table, const JsonValue& operations,
-                                         OperationPool& pool, Messages& messages) {
+                                         OperationGroups& groups, Messages& messages) {
+  std::map<SchemeRefs, std::shared_ptr<const Binding::OperationInfo>> records;
+  SchemeRefs schemes;
+  // Operations of one service are mostly listed together: their group is looked up once.
+  std::string_view groupId;
+  OperationMap* group = nullptr;
   for (const auto& member : operations.GetObject()) {
-    auto operation = std::make_shared<Binding::OperationInfo>();
-    if (!ParseSchemeList(table, member.value, operation->schemes, messages)) return false;
-    const std::string id = ValToString(member.name);
-    auto parts = SplitFqdn(id);
+    schemes.clear();
+    if (!ParseSchemeList(table, member.value, schemes, messages)) return false;
+    const auto parts = SplitFqdn(ViewOf(member.name));
     if (parts.first.empty() || parts.second.empty()) {
-      AddMessage(messages, kInvalidOperationId, id);
+      AddMessage(messages, kInvalidOperationId, ValToString(member.name));
       return false;
     }
-    pool.emplace(std::move(parts.first), std::make_pair(std::move(parts.second), operation));
+    auto& record = records[schemes];
+    if (!record) {
+      auto operation = std::make_shared<Binding::OperationInfo>();
+      operation->schemes = ListOf(schemes);
+      record = std::move(operation);
+    }
+    if (group == nullptr || parts.first != groupId) {
+      groupId = parts.first;
+      group = &groups[groupId];
+    }
+    group->try_emplace(std::string(parts.second), record);
   }
   return true;
 }
 
-bool JsonMetadataParser::ParseServices(const SchemeTable& table, OperationPool& operations,
-                                       const JsonValue& services, ServicePool& pool,
+// Each service takes the operations of its identifier; a second service of the same identifier
+// finds them taken. Services are grouped by package identifier, the first of an identifier
+// winning.
+bool JsonMetadataParser::ParseServices(const SchemeTable& table, OperationGroups& operations,
+                                       const JsonValue& services, ServiceGroups& groups,
                                        Messages& messages) {
+  SchemeRefs schemes;
   for (const auto& member : services.GetObject()) {
-    auto service = std::make_shared<Binding::ServiceInfo>();
-    if (!ParseSchemeList(table, member.value, service->schemes, messages)) return false;
-    const std::string id = ValToString(member.name);
-    auto parts = SplitFqdn(id);
+    schemes.clear();
+    if (!ParseSchemeList(table, member.value, schemes, messages)) return false;
+    const std::string_view id = ViewOf(member.name);
+    const auto parts = SplitFqdn(id);
     if (parts.first.empty() || parts.second.empty()) {
-      AddMessage(messages, kInvalidServiceId, id);
+      AddMessage(messages, kInvalidServiceId, std::string(id));
       return false;
     }
-    service->operations = TakeEntries<OperationPool, OperationMap>(operations, id);
-    pool.emplace(std::move(parts.first), std::make_pair(id, service));
+    auto service = std::make_shared<Binding::ServiceInfo>();
+    service->schemes = ListOf(schemes);
+    TakeGroup(operations, id, service->operations);
+    groups[parts.first].try_emplace(std::string(id), std::move(service));
   }
   return true;
 }
 
-bool JsonMetadataParser::CreateServicesFromOperations(OperationPool& operations,
-                                                      ServicePool& services, Messages& messages) {
-  while (!operations.empty()) {
-    const std::string id = operations.begin()->first;
+// The operations left make services of their own, in ascending order of their identifiers, up
+// to the first identifier that names no package and service; the rest are dropped.
+bool JsonMetadataParser::CreateServicesFromOperations(OperationGroups& operations,
+                                                      ServiceGroups& services, Messages& messages) {
+  for (auto* group : operations.Sorted(NotTaken<OperationMap>)) {
+    const std::string_view id = group->key;
     auto service = std::make_shared<Binding::ServiceInfo>();
-    service->operations = TakeEntries<OperationPool, OperationMap>(operations, id);
-    auto parts = SplitFqdn(id);
+    service->operations.swap(group->value);
+    const auto parts = SplitFqdn(id);
     if (parts.first.empty() || parts.second.empty()) {
-      AddMessage(messages, kInvalidServiceId, id);
+      AddMessage(messages, kInvalidServiceId, std::string(id));
       return false;
     }
-    services.emplace(std::move(parts.first), std::make_pair(id, service));
+    services[parts.first].try_emplace(std::string(id), std::move(service));
   }
   return true;
 }
 
-bool JsonMetadataParser::ParsePackages(const SchemeTable& table, ServicePool& services,
+// Each package takes the services of its identifier; a later member of the same identifier
+// replaces the earlier one and finds them taken.
+bool JsonMetadataParser::ParsePackages(const SchemeTable& table, ServiceGroups& services,
                                        const JsonValue& packages, PackageTable& packageTable,
                                        Messages& messages) {
+  SchemeRefs schemes;
   for (const auto& member : packages.GetObject()) {
+    schemes.clear();
+    if (!ParseSchemeList(table, member.value, schemes, messages)) return false;
+    const std::string_view id = ViewOf(member.name);
     auto package = std::make_shared<Binding::PackageInfo>();
-    if (!ParseSchemeList(table, member.value, package->schemes, messages)) return false;
-    const std::string id = ValToString(member.name);
-    package->services = TakeEntries<ServicePool, ServiceMap>(services, id);
-    packageTable[id] = std::move(package);
+    package->schemes = ListOf(schemes);
+    TakeGroup(services, id, package->services);
+    packageTable[std::string(id)] = std::move(package);
   }
   return true;
 }
 
-bool JsonMetadataParser::CreatePackagesFromServices(ServicePool& services, PackageTable& packages,
+// The services left make packages of their own, with no schemes.
+bool JsonMetadataParser::CreatePackagesFromServices(ServiceGroups& services, PackageTable& packages,
                                                     Messages&) {
-  while (!services.empty()) {
-    const std::string id = services.begin()->first;
+  for (auto* group : services.Sorted(NotTaken<ServiceMap>)) {
     auto package = std::make_shared<Binding::PackageInfo>();
-    package->services = TakeEntries<ServicePool, ServiceMap>(services, id);
-    packages[id] = std::move(package);
+    package->services.swap(group->value);
+    packages[std::string(group->key)] = std::move(package);
   }
   return true;
 }

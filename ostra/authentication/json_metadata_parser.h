@@ -4,8 +4,11 @@
 //
 // Operations named in "operations" join the service of their identifier when "services" lists
 // it, else a service of their own; services join the package of their identifier when "packages"
-// lists it, else a package of their own. A scheme-name list names members of the same
-// component's "schemes". Nothing is thrown for a bad document: each fault appends one message.
+// lists it, else a package of their own. The first operation of a name in a service, and the
+// first service of an identifier in a package, wins; a service listed twice gets its operations
+// the first time; a package listed twice keeps the later member, without services. A scheme-name
+// list names members of the same component's "schemes". Nothing is thrown for a bad document: each
+// fault appends one message.
 #pragma once
 
 #include <functional>
@@ -13,10 +16,13 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "ostra/json/json_member.h"
 #include "ostra/provider/parsed_metadata.h"
+#include "ostra/provider/view_map.h"
 #include "ostra/std_bindings/authentication.h"
 
 namespace Ostra {
@@ -38,17 +44,22 @@ class JsonMetadataParser {
                                   Messages& messages);
 
   // The text before and after the last dot; no dot: an empty head and the whole text.
-  static std::pair<std::string, std::string> SplitFqdn(const std::string& text);
+  static std::pair<std::string_view, std::string_view> SplitFqdn(std::string_view text);
 
-  using SchemeTable = std::map<std::string, std::shared_ptr<const Binding::AuthenticationInfo>>;
-  // Service identifier to (operation name, operation); package identifier to (service
-  // identifier, service). Entries of one key keep their document order.
-  using OperationPool =
-      std::multimap<std::string,
-                    std::pair<std::string, std::shared_ptr<const Binding::OperationInfo>>>;
-  using ServicePool =
-      std::multimap<std::string,
-                    std::pair<std::string, std::shared_ptr<const Binding::ServiceInfo>>>;
+  using SchemePtr = std::shared_ptr<const Binding::AuthenticationInfo>;
+  // Scheme name to scheme, found by any text.
+  using SchemeTable = std::map<std::string, SchemePtr, std::less<>>;
+  // The schemes that a list names, as the table's own pointers.
+  using SchemeRefs = std::vector<const SchemePtr*>;
+  using OperationMap = decltype(Binding::ServiceInfo::operations);
+  using ServiceMap = decltype(Binding::PackageInfo::services);
+  // What a component's parse groups while it reads: the operations of each service identifier
+  // not yet given to a service, and the services of each package identifier not yet given to a
+  // package. Identifiers are views into the member names of the document, which outlives them.
+  // The first entry of a name wins in each map.
+  // A group is taken by swapping its map out, which leaves it empty.
+  using OperationGroups = ViewMap<OperationMap>;
+  using ServiceGroups = ViewMap<ServiceMap>;
   using PackageTable = std::map<std::string, std::shared_ptr<const Binding::PackageInfo>>;
 
  private:
@@ -59,18 +70,18 @@ class JsonMetadataParser {
   static bool ParseSchemes(const JsonValue& schemes, SchemeTable& table, Messages& messages);
   static std::shared_ptr<const Binding::AuthenticationInfo> ParseAuthInfo(const JsonValue& scheme,
                                                                           Messages& messages);
-  static bool ParseSchemeList(const SchemeTable& table, const JsonValue& value,
-                              Binding::SchemeList& list, Messages& messages);
+  static bool ParseSchemeList(const SchemeTable& table, const JsonValue& value, SchemeRefs& schemes,
+                              Messages& messages);
   static bool ParseOperations(const SchemeTable& table, const JsonValue& operations,
-                              OperationPool& pool, Messages& messages);
-  static bool ParseServices(const SchemeTable& table, OperationPool& operations,
-                            const JsonValue& services, ServicePool& pool, Messages& messages);
-  static bool CreateServicesFromOperations(OperationPool& operations, ServicePool& services,
+                              OperationGroups& groups, Messages& messages);
+  static bool ParseServices(const SchemeTable& table, OperationGroups& operations,
+                            const JsonValue& services, ServiceGroups& groups, Messages& messages);
+  static bool CreateServicesFromOperations(OperationGroups& operations, ServiceGroups& services,
                                            Messages& messages);
-  static bool ParsePackages(const SchemeTable& table, ServicePool& services,
+  static bool ParsePackages(const SchemeTable& table, ServiceGroups& services,
                             const JsonValue& packages, PackageTable& packageTable,
                             Messages& messages);
-  static bool CreatePackagesFromServices(ServicePool& services, PackageTable& packages,
+  static bool CreatePackagesFromServices(ServiceGroups& services, PackageTable& packages,
                                          Messages& messages);
 };
 

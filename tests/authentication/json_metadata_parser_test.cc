@@ -191,27 +191,89 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
             "Unknown message.");
 }
 
-TEST(AuthenticationParser, PoolsAttachOperationsAndServices) {
-  const Load load = LoadText(Component(
-      kSchemes + R"(,"operations":{"a.b.s.get":["key"],"a.b.s.get":["token"],"x.y.list":[]},)"
-                 R"("services":{"a.b.s":["token"],"a.b.s":["key"]},)"
-                 R"("packages":{"a.b":["key"],"q":[]})"));
-  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
-  const auto& packages = load.components.at("c")->packages;
-  ASSERT_EQ(packages.size(), 3u);
-  // The first service member takes the operations; the first operation of a name wins.
-  const auto& service = *packages.at("a.b")->services.at("a.b.s");
-  ASSERT_EQ(service.operations.size(), 1u);
-  EXPECT_EQ(service.operations.at("get")->schemes.front()->scheme, "api_key");
-  EXPECT_EQ(service.schemes.front()->scheme, "session");
-  EXPECT_TRUE(packages.at("q")->services.empty());
-  EXPECT_EQ(packages.at("x")->services.at("x.y")->operations.count("list"), 1u);
+// Packages, services and operations as "package[schemes]{service[schemes]{operation[schemes]}}",
+// each map in key order.
+std::string Render(const Binding::ComponentInfo& component) {
+  const auto schemes = [](const Binding::SchemeList& list) {
+    std::string text = "[";
+    for (const auto& scheme : list)
+      text += (text.size() > 1 ? "," : "") + scheme->scheme;
+    return text + "]";
+  };
+  std::string text;
+  for (const auto& package : component.packages) {
+    text += (text.empty() ? "" : " ") + package.first + schemes(package.second->schemes) + "{";
+    std::string services;
+    for (const auto& service : package.second->services) {
+      services +=
+          (services.empty() ? "" : " ") + service.first + schemes(service.second->schemes) + "{";
+      std::string operations;
+      for (const auto& operation : service.second->operations) {
+        operations +=
+            (operations.empty() ? "" : " ") + operation.first + schemes(operation.second->schemes);
+      }
+      services += operations + "}";
+    }
+    text += services + "}";
+  }
+  return text;
+}
 
-  EXPECT_EQ(JsonMetadataParser::SplitFqdn("a.b.c"),
-            std::make_pair(std::string("a.b"), std::string("c")));
-  EXPECT_EQ(JsonMetadataParser::SplitFqdn("abc"),
-            std::make_pair(std::string(), std::string("abc")));
-  EXPECT_EQ(JsonMetadataParser::SplitFqdn(".x"), std::make_pair(std::string(), std::string("x")));
+TEST(AuthenticationParser, GroupingRules) {
+  const Expected noProduct{kMissingFieldId, {"product"}};
+  const Expected noServices{kMissingFieldId, {"services"}};
+  const Expected noPackages{kMissingFieldId, {"packages"}};
+  const Expected noOperations{kMissingFieldId, {"operations"}};
+  struct Case {
+    const char* what;
+    std::string members;  // of the component, after its schemes
+    std::string rendered;
+    std::vector<Expected> messages;
+  } const cases[] = {
+      {"the first operation of a name wins, in document order",
+       R"("operations":{"p.s.get":["key"],"p.s.get":["token"],"p.s.put":["token","key"]},)"
+       R"("services":{"p.s":[]},"packages":{"p":[]})",
+       "p[]{p.s[]{get[api_key] put[session,api_key]}}",
+       {noProduct}},
+      {"a service listed twice: the first takes the operations and stays",
+       R"("operations":{"p.s.get":["key"]},"services":{"p.s":["token"],"p.s":["key"]})",
+       "p[]{p.s[session]{get[api_key]}}",
+       {noProduct, noPackages}},
+      {"a listed service takes its operations; the others make services of their own",
+       R"("operations":{"p.t.b":[],"p.s.a":["key"]},"services":{"p.s":["key"]},)"
+       R"("packages":{"p":["token"]})",
+       "p[session]{p.s[api_key]{a[api_key]} p.t[]{b[]}}",
+       {noProduct}},
+      // "a.s" < "m" < "z.s": the services are made in that order, and the dotless "m" ends it.
+      {"left-over operations make services in ascending order up to the first invalid id",
+       R"("operations":{"z.s.o":["key"],"m.o":[],"a.s.o":["token"]})",
+       "a[]{a.s[]{o[session]}}",
+       {noProduct,
+        noServices,
+        {"ostra.metadata.authentication.json.invalid.service.id", {"m"}},
+        noPackages}},
+      {"a package listed twice: the later replaces the earlier, whose services are lost",
+       R"("services":{"p.s":["key"]},"packages":{"p":["key"],"p":["token"]})",
+       "p[session]{}",
+       {noProduct, noOperations}},
+      {"services of unlisted packages make packages without schemes, in key order",
+       R"("services":{"x.y.s":["key"],"b.s":[]},"packages":{"q":[]})",
+       "b[]{b.s[]{}} q[]{} x.y[]{x.y.s[api_key]{}}",
+       {noProduct, noOperations}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Load load = LoadText(Component(kSchemes + "," + c.members));
+    EXPECT_TRUE(load.ok);
+    ASSERT_EQ(load.order, std::vector<std::string>{"c"});
+    EXPECT_EQ(Render(*load.components.at("c")), c.rendered);
+    EXPECT_MESSAGES(load.messages, c.messages);
+  }
+
+  using Parts = std::pair<std::string_view, std::string_view>;
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn("a.b.c"), Parts("a.b", "c"));
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn("abc"), Parts("", "abc"));
+  EXPECT_EQ(JsonMetadataParser::SplitFqdn(".x"), Parts("", "x"));
 }
 
 }  // namespace
