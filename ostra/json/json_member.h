@@ -84,7 +84,7 @@ bool CheckEnum(const E& value, const char* name, Messages& messages) {
 
 // Converters from an (already upper-cased, for enumerations) text to a value.
 struct ParseString {
-  std::string operator()(const std::string& text) const { return text; }
+  std::string operator()(std::string text) const { return text; }
 };
 // Walks E's name table; a text not in it gives the unknown value keeping the text.
 template <class E>

@@ -1,7 +1,9 @@
 #include "ostra/metamodel/json_metadata_parser.h"
 
 #include <array>
+#include <cstdint>
 #include <list>
+#include <locale>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -25,16 +27,25 @@ using Callbacks = JsonMetadataParser::RegisterCallbacks;
 
 constexpr const char* kParseErrorId = "ostra.metadata.metamodel.parse.error";
 
+// The index of an upper-cased text in E's name table, or E::UNKNOWN.
+template <class E>
+std::size_t OrdinalIn(const std::string& upper) {
+  for (std::size_t i = 0; E::Strings::values[i] != nullptr; ++i) {
+    if (upper == E::Strings::values[i]) return i;
+  }
+  return E::UNKNOWN;
+}
+
 // Category texts: the table's names, and PRIMITIVE for the builtin category.
-Category ConvertCategory(const std::string& upper) {
-  return upper == "PRIMITIVE" ? Category(Category::BUILTIN)
-                              : EnumConverter<Category>::Convert(upper);
+std::size_t CategoryOrdinal(const std::string& upper) {
+  if (upper == "PRIMITIVE") return Category::BUILTIN;
+  return OrdinalIn<Category>(upper);
 }
 
 // Builtin type texts: the table's names, and EXCEPTION for ANY_ERROR.
-BuiltinType ConvertBuiltin(const std::string& upper) {
-  return upper == "EXCEPTION" ? BuiltinType(BuiltinType::ANY_ERROR)
-                              : EnumConverter<BuiltinType>::Convert(upper);
+std::size_t BuiltinOrdinal(const std::string& upper) {
+  if (upper == "EXCEPTION") return BuiltinType::ANY_ERROR;
+  return OrdinalIn<BuiltinType>(upper);
 }
 
 // The primitive form of a constant's builtin type; only these four have one.
@@ -53,7 +64,7 @@ PrimitiveType PrimitiveOf(const BuiltinType& builtin) {
   }
 }
 
-std::shared_ptr<const Type> BuiltinTypeOf(const BuiltinType& builtin) {
+std::shared_ptr<const Type> BuiltinTypeOf(BuiltinType::Value builtin) {
   auto type = std::make_shared<Type>();
   type->category = Category::BUILTIN;
   type->builtin_type = builtin;
@@ -64,8 +75,8 @@ std::shared_ptr<const Type> BuiltinTypeOf(const BuiltinType& builtin) {
 // same few types thousands of times. Types are immutable, so sharing them changes no answer.
 class TypePool {
  public:
-  std::shared_ptr<const Type> Builtin(const BuiltinType& builtin) {
-    auto& type = builtins_[builtin.GetOrdinal()];
+  std::shared_ptr<const Type> Builtin(BuiltinType::Value builtin) {
+    auto& type = builtins_[builtin];
     if (!type) type = BuiltinTypeOf(builtin);
     return type;
   }
@@ -85,11 +96,19 @@ class TypePool {
   }
 
   // Element types are pooled already, so equal instantiations have the same element pointers.
-  std::shared_ptr<const Type> Generic(std::shared_ptr<GenericInstantiation> generic) {
-    auto& type =
-        generic_[GenericKey{generic->generic_type.GetOrdinal(), generic->element_type.get(),
-                            generic->map_key_type.get(), generic->map_value_type.get()}];
+  // A map has a key and a value type, the other generic types an element type and no second.
+  std::shared_ptr<const Type> Generic(const GenericType& kind, std::shared_ptr<const Type> first,
+                                      std::shared_ptr<const Type> second) {
+    auto& type = generic_[GenericKey{kind.GetOrdinal(), first.get(), second.get()}];
     if (!type) {
+      auto generic = std::make_shared<GenericInstantiation>();
+      generic->generic_type = kind;
+      if (kind.GetValue() == GenericType::MAP) {
+        generic->map_key_type = std::move(first);
+        generic->map_value_type = std::move(second);
+      } else {
+        generic->element_type = std::move(first);
+      }
       auto made = std::make_shared<Type>();
       made->category = Category::GENERIC;
       made->generic_instantiation = std::move(generic);
@@ -101,20 +120,22 @@ class TypePool {
  private:
   struct GenericKey {
     std::size_t kind;
-    const Type* element;
-    const Type* key;
-    const Type* value;
+    const Type* first;
+    const Type* second;
     bool operator==(const GenericKey& other) const {
-      return kind == other.kind && element == other.element && key == other.key &&
-             value == other.value;
+      return kind == other.kind && first == other.first && second == other.second;
     }
   };
+  // Pointers differ in their middle bits only; each part is mixed through all 64 bits.
   struct HashGenericKey {
+    static std::uint64_t Mix(std::uint64_t x) {
+      x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9u;
+      x = (x ^ (x >> 27)) * 0x94d049bb133111ebu;
+      return x ^ (x >> 31);
+    }
     std::size_t operator()(const GenericKey& k) const {
-      std::size_t hash = k.kind;
-      for (const Type* part : {k.element, k.key, k.value})
-        hash = hash * 1000003u ^ std::hash<const Type*>()(part);
-      return hash;
+      return Mix(Mix(Mix(k.kind) ^ reinterpret_cast<std::uintptr_t>(k.first)) ^
+                 reinterpret_cast<std::uintptr_t>(k.second));
     }
   };
 
@@ -136,7 +157,9 @@ class TypePool {
 class Reader {
  public:
   Reader(const Callbacks& callbacks, Messages& messages)
-      : callbacks_(callbacks), messages_(messages) {}
+      : callbacks_(callbacks),
+        messages_(messages),
+        ctype_(std::use_facet<std::ctype<char>>(locale_)) {}
 
   std::shared_ptr<ComponentInfo> Component(const JsonValue& json) {
     auto component = std::make_shared<ComponentInfo>();
@@ -267,17 +290,12 @@ class Reader {
     const JsonValue* valueJson = FindMemberValue(json, "value", messages_);
     if (valueJson == nullptr) return nullptr;
     if (category.GetValue() == ConstantCategory::PRIMITIVE) {
-      constant->type = BuiltinTypeOf(builtin);
+      constant->type = types_.Builtin(builtin.GetValue());
       value->primitive_value = Primitive(*valueJson, primitive);
       if (!value->primitive_value) return nullptr;
     } else if (category.GetValue() == ConstantCategory::LIST) {
-      auto generic = std::make_shared<GenericInstantiation>();
-      generic->generic_type = GenericType::LIST;
-      generic->element_type = BuiltinTypeOf(builtin);
-      auto type = std::make_shared<Type>();
-      type->category = Category::GENERIC;
-      type->generic_instantiation = std::move(generic);
-      constant->type = std::move(type);
+      constant->type =
+          types_.Generic(GenericType::LIST, types_.Builtin(builtin.GetValue()), nullptr);
       std::list<std::shared_ptr<const PrimitiveValue>> list;
       const bool ok = JsonParseArray(
           *valueJson, "value", list,
@@ -308,67 +326,60 @@ class Reader {
   // Generic types are read depth first without recursion, so that a deeply nested reference
   // cannot exhaust a small thread stack; the first fault ends the whole reference.
   std::shared_ptr<const Type> TypeReference(const JsonValue& json) {
-    std::vector<OpenGeneric> open;  // generic types whose nested types are being read
+    std::vector<OpenGeneric>& open = open_;  // generic types whose nested types are being read
+    open.clear();
     const JsonValue* next = &json;
     for (;;) {
       std::shared_ptr<const Type> type;
-      std::shared_ptr<GenericInstantiation> generic;
+      boost::optional<GenericType> generic;
       if (!TypeHead(*next, type, generic)) return nullptr;
-      if (generic) open.push_back(OpenGeneric{std::move(generic), next, 0});
+      if (generic) open.push_back(OpenGeneric{std::move(*generic), next, 0, {}});
       // Pass finished types up until a generic type still has a nested type to read.
       for (;;) {
         if (type) {
           if (open.empty()) return type;
-          open.back().Set(std::move(type));
+          open.back().nested[open.back().read++] = std::move(type);
         }
         if (const char* member = open.back().NextMember()) {
           next = NestedObject(*open.back().json, member);
           if (next == nullptr) return nullptr;
           break;
         }
-        type = types_.Generic(std::move(open.back().generic));
+        OpenGeneric& done = open.back();
+        type = types_.Generic(done.kind, std::move(done.nested[0]), std::move(done.nested[1]));
         open.pop_back();
       }
     }
   }
 
-  // A generic type being read, and how many of its nested types are read already.
+  // A generic type being read: the nested types read so far.
   struct OpenGeneric {
-    std::shared_ptr<GenericInstantiation> generic;
+    GenericType kind;
     const JsonValue* json;
     std::size_t read;
+    std::shared_ptr<const Type> nested[2];
 
     // The member holding the next nested type, or null when all are read. A map has a key and a
     // value type, the other generic types one element type.
     const char* NextMember() const {
-      if (generic->generic_type.GetValue() == GenericType::MAP) {
+      if (kind.GetValue() == GenericType::MAP) {
         return read == 0 ? "map_key_type" : read == 1 ? "map_value_type" : nullptr;
       }
       return read == 0 ? "element_type" : nullptr;
     }
-    void Set(std::shared_ptr<const Type> type) {
-      if (generic->generic_type.GetValue() != GenericType::MAP) {
-        generic->element_type = std::move(type);
-      } else if (read == 0) {
-        generic->map_key_type = std::move(type);
-      } else {
-        generic->map_value_type = std::move(type);
-      }
-      ++read;
-    }
   };
 
   // The part of a type reference before its nested types: a builtin or user-defined type is
-  // finished in `type`, a generic one is started in `generic`. False on a fault.
+  // finished in `type`, a generic one is started as `generic`. False on a fault.
   bool TypeHead(const JsonValue& json, std::shared_ptr<const Type>& type,
-                std::shared_ptr<GenericInstantiation>& generic) {
-    const JsonMember<Category> category(json, "category", ConvertCategory, messages_);
-    if (!category) return false;
-    switch (category.Value().GetValue()) {
+                boost::optional<GenericType>& generic) {
+    switch (EnumOrdinal<Category>(json, "category", CategoryOrdinal)) {
       case Category::BUILTIN: {
-        const JsonMember<BuiltinType> builtin(json, "primitive_type", ConvertBuiltin, messages_);
-        if (builtin) type = types_.Builtin(builtin.Value());
-        return static_cast<bool>(type);
+        const std::size_t builtin =
+            EnumOrdinal<BuiltinType>(json, "primitive_type", BuiltinOrdinal);
+        if (builtin == BuiltinType::UNKNOWN) return false;
+        type = types_.Builtin(static_cast<BuiltinType::Value>(builtin));
+        return true;
       }
       case Category::USER_DEFINED: {
         std::string resourceType, resourceId;
@@ -382,21 +393,35 @@ class Reader {
         return true;
       }
       case Category::GENERIC: {
-        generic = std::make_shared<GenericInstantiation>();
-        if (!Enumerated(json, "generic_type", generic->generic_type)) return false;
-        switch (generic->generic_type.GetValue()) {
-          case GenericType::MAP:
-          case GenericType::LIST:
-          case GenericType::OPTIONAL:
-          case GenericType::SET:
-            return true;
-          default:
-            return false;
-        }
+        const std::size_t kind =
+            EnumOrdinal<GenericType>(json, "generic_type", OrdinalIn<GenericType>);
+        if (kind == GenericType::UNKNOWN) return false;
+        generic = GenericType(static_cast<GenericType::Value>(kind));
+        return true;
       }
       default:
         return false;
     }
+  }
+
+  // The ordinal that `ordinal` finds for the upper-cased text of enumeration member `name`, read
+  // as JsonMember reads an enumeration but without making the value: E::UNKNOWN, with the
+  // message, when the member is missing, is not a string or names no value. Type references are
+  // the most frequent records of a document.
+  template <class E>
+  std::size_t EnumOrdinal(const JsonValue& json, const char* name,
+                          std::size_t (*ordinal)(const std::string&)) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    if (member == nullptr) return E::UNKNOWN;
+    if (!member->IsString()) {
+      AddMessage(messages_, kInvalidFieldId, name);
+      return E::UNKNOWN;
+    }
+    upper_.assign(member->GetString(), member->GetStringLength());
+    if (!upper_.empty()) ctype_.toupper(&upper_[0], &upper_[0] + upper_.size());
+    const std::size_t found = ordinal(upper_);
+    if (found == E::UNKNOWN) AddMessage(messages_, kInvalidEnumValueId, name);
+    return found;
   }
 
   // The object member `name` of `json`, or null with the message of a missing or invalid field.
@@ -412,46 +437,82 @@ class Reader {
   // A metadata table: key to element map, each element a string or a list of strings. Later keys
   // and elements replace earlier ones. Resource entries are reported as soon as they are stored.
   bool Metadata(const JsonValue& json, MetadataTable& out) {
-    const JsonObjectMember<MetadataTable> table(
+    JsonObjectMember<MetadataTable> table(
         json, "metadata",
         [this](const JsonValue& object, MetadataTable& entries, Messages& messages) {
           for (const auto& entry : object.GetObject()) {
-            const std::string key = ValToString(entry.name);
+            std::string key = ValToString(entry.name);
             if (!entry.value.IsObject()) {
               AddMessage(messages, kInvalidFieldId, key);
               return false;
             }
-            auto elements = std::make_shared<ElementMap>();
-            for (const auto& element : entry.value.GetObject()) {
-              auto value = ElementOf(element.value, messages);
-              if (!value) return false;
-              elements->elements[ValToString(element.name)] = std::move(value);
-            }
-            entries[key] = elements;
-            if (key == Constants::RESOURCE) ResourceHook(*elements);
+            auto elements = ElementMapOf(entry.value, messages);
+            if (!elements) return false;
+            const bool resource = key == Constants::RESOURCE;
+            entries[std::move(key)] = elements;
+            if (resource) ResourceHook(*elements);
           }
           return true;
         },
         messages_);
-    if (table) out = table.Value();
+    if (table) out = table.Take();
     return static_cast<bool>(table);
   }
 
-  static std::shared_ptr<const ElementValue> ElementOf(const JsonValue& json, Messages& messages) {
+  // An element map, each distinct one made once: a document repeats the same few ("Required": {},
+  // one resource named over and over). Element maps are immutable, so sharing them changes no
+  // answer. The elements are checked in document order; the first bad one fails the map.
+  std::shared_ptr<const ElementMap> ElementMapOf(const JsonValue& json, Messages& messages) {
+    // The map's content as one text: each name and string with its length, so that different
+    // maps give different texts.
+    elementsKey_.clear();
+    const auto append = [this](const JsonValue& text) {
+      const rapidjson::SizeType length = text.GetStringLength();
+      elementsKey_.append(reinterpret_cast<const char*>(&length), sizeof length);
+      elementsKey_.append(text.GetString(), length);
+    };
+    for (const auto& element : json.GetObject()) {
+      append(element.name);
+      if (element.value.IsString()) {
+        elementsKey_ += 's';
+        append(element.value);
+      } else if (element.value.IsArray()) {
+        elementsKey_ += 'l';
+        for (const auto& string : element.value.GetArray()) {
+          if (!string.IsString()) {
+            AddMessage(messages, kInvalidFieldId, "value");
+            return nullptr;
+          }
+          append(string);
+        }
+        elementsKey_ += 'e';
+      } else {
+        AddMessage(messages, kInvalidFieldId, "ElementValue");
+        return nullptr;
+      }
+    }
+    auto& shared = elementMaps_[elementsKey_];
+    if (!shared) {
+      auto elements = std::make_shared<ElementMap>();
+      for (const auto& element : json.GetObject())
+        elements->elements[ValToString(element.name)] = ElementOf(element.value);
+      shared = std::move(elements);
+    }
+    return shared;
+  }
+
+  // An element checked by ElementMapOf: a string or a list of strings.
+  static std::shared_ptr<const ElementValue> ElementOf(const JsonValue& json) {
     auto value = std::make_shared<ElementValue>();
     if (json.IsString()) {
       value->type = ElementType::STRING;
       value->string_value = ValToString(json);
-    } else if (json.IsArray()) {
+    } else {
       std::list<std::string> strings;
-      if (!JsonParseArray(json, "value", strings, StringElement<>{"value"}, messages)) {
-        return nullptr;
-      }
+      for (const auto& string : json.GetArray())
+        strings.push_back(ValToString(string));
       value->type = ElementType::STRING_LIST;
       value->list_value = std::move(strings);
-    } else {
-      AddMessage(messages, kInvalidFieldId, "ElementValue");
-      return nullptr;
     }
     return value;
   }
@@ -509,8 +570,8 @@ class Reader {
 
   template <class E>
   bool Enumerated(const JsonValue& json, const char* name, E& out) {
-    const JsonMember<E> member(json, name, messages_);
-    if (member) out = member.Value();
+    JsonMember<E> member(json, name, messages_);
+    if (member) out = member.Take();
     return static_cast<bool>(member);
   }
 
@@ -539,7 +600,17 @@ class Reader {
 
   const Callbacks& callbacks_;
   Messages& messages_;
+  // Enumeration texts are upper-cased under the default locale, as ToUpper does; the text of the
+  // last one read.
+  std::locale locale_;
+  const std::ctype<char>& ctype_;
+  std::string upper_;
   TypePool types_;
+  // The generic types of the type reference being read (see TypeReference).
+  std::vector<OpenGeneric> open_;
+  // Element maps by their content (see ElementMapOf), and the text of one being read.
+  std::unordered_map<std::string, std::shared_ptr<const ElementMap>> elementMaps_;
+  std::string elementsKey_;
 };
 
 }  // namespace
