@@ -2,7 +2,9 @@
 
 #include <list>
 #include <string>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace Ostra {
 namespace Provider {
@@ -27,7 +29,59 @@ bool CheckObject(const JsonValue& value, const char* name, Messages& messages) {
   return false;
 }
 
+// The value of required string member `name`, checked as Text checks it but not copied: null,
+// with the same message, when it is missing or not a string.
+const JsonValue* TextValue(const JsonValue& object, const char* name, Messages& messages) {
+  const JsonValue* member = FindMemberValue(object, name, messages);
+  if (member == nullptr || member->IsString()) return member;
+  AddMessage(messages, CliIds::kInvalidField, name);
+  return nullptr;
+}
+
 }  // namespace
+
+// Output lists by their content: a document shows the same structure the same way for many
+// commands, and records are immutable, so one record serves them all.
+class MetadataParser::Outputs {
+ public:
+  using Fields = std::vector<std::pair<const JsonValue*, const JsonValue*>>;
+
+  // The record of `structure` shown with `fields`, which the caller gathered.
+  std::shared_ptr<const Binding::CommandSvc::OutputInfo> Get(const JsonValue& structure) {
+    // Every text with its length, so that different lists give different keys.
+    key_.clear();
+    const auto append = [this](const JsonValue& text) {
+      const rapidjson::SizeType length = text.GetStringLength();
+      key_.append(reinterpret_cast<const char*>(&length), sizeof length);
+      key_.append(text.GetString(), length);
+    };
+    append(structure);
+    for (const auto& field : fields) {
+      append(*field.first);
+      append(*field.second);
+    }
+    auto& output = byContent_[key_];
+    if (!output) {
+      auto made = std::make_shared<Binding::CommandSvc::OutputInfo>();
+      made->structure_id = ValToString(structure);
+      for (const auto& field : fields) {
+        made->output_fields.push_back(std::make_shared<const Binding::CommandSvc::OutputFieldInfo>(
+            Binding::CommandSvc::OutputFieldInfo{ValToString(*field.first),
+                                                 ValToString(*field.second)}));
+      }
+      output = std::move(made);
+    }
+    return output;
+  }
+
+  // The fields of the list being read (see ParseFieldInfo).
+  Fields fields;
+
+ private:
+  std::unordered_map<std::string, std::shared_ptr<const Binding::CommandSvc::OutputInfo>>
+      byContent_;
+  std::string key_;
+};
 
 FormatterType ParseFormatterType(const std::string& text) {
   return EnumConverter<FormatterType>::Convert(ToUpper(text));
@@ -54,14 +108,15 @@ bool MetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
     AddMessage(messages, CliIds::kInvalidField, "cli");
     return false;
   }
+  Outputs outputs;
   for (const auto& node : nodes->GetArray()) {
-    if (!ParseNode(node, callbacks, messages)) return false;
+    if (!ParseNode(node, callbacks, outputs, messages)) return false;
   }
   return true;
 }
 
 bool MetadataParser::ParseNode(const JsonValue& node, const RegisterCallbacks& callbacks,
-                               Messages& messages) {
+                               Outputs& outputs, Messages& messages) {
   const Text type(node, "type", messages);
   if (!type) return false;
   if (type.Value() == "namespace") {
@@ -74,7 +129,9 @@ bool MetadataParser::ParseNode(const JsonValue& node, const RegisterCallbacks& c
     auto info = ParseInfoNode<Binding::CommandSvc::Info>(node, messages);
     if (!info) return false;
     const JsonValue* metadata = FindMemberValue(node, "node_metadata", messages);
-    if (metadata == nullptr || !ParseCommandMetadata(*metadata, *info, messages)) return false;
+    if (metadata == nullptr || !ParseCommandMetadata(*metadata, *info, outputs, messages)) {
+      return false;
+    }
     callbacks.command(info);
     return true;
   }
@@ -103,7 +160,8 @@ template std::shared_ptr<Binding::CommandSvc::Info>
 MetadataParser::ParseInfoNode<Binding::CommandSvc::Info>(const JsonValue&, Messages&);
 
 bool MetadataParser::ParseCommandMetadata(const JsonValue& metadata,
-                                          Binding::CommandSvc::Info& command, Messages& messages) {
+                                          Binding::CommandSvc::Info& command, Outputs& outputs,
+                                          Messages& messages) {
   // Reported as "path", although the member at fault is "node_metadata".
   if (!CheckObject(metadata, "path", messages)) return false;
   Text service(metadata, "service_id", messages);
@@ -115,15 +173,17 @@ bool MetadataParser::ParseCommandMetadata(const JsonValue& metadata,
   JsonOptArrayMember<decltype(command.options), CliIds> options(metadata, "options",
                                                                 &ParseOptionInfo, messages);
   if (!options) return false;
-  JsonOptArrayMember<decltype(command.output_field_list), CliIds> outputs(
-      metadata, "output_field_list", &ParseFieldInfo, messages);
-  if (!outputs) return false;
+  JsonOptArrayMember<decltype(command.output_field_list), CliIds> outputList(
+      metadata, "output_field_list",
+      [&outputs](const JsonValue& entry, Messages& m) { return ParseFieldInfo(entry, outputs, m); },
+      messages);
+  if (!outputList) return false;
 
   command.service_id = service.Take();
   command.operation_id = operation.Take();
   if (formatter.Value()) command.formatter = ParseFormatterType(*formatter.Value());
   command.options = options.Take();
-  command.output_field_list = outputs.Take();
+  command.output_field_list = outputList.Take();
   return true;
 }
 
@@ -154,30 +214,35 @@ std::shared_ptr<const Binding::CommandSvc::OptionInfo> MetadataParser::ParseOpti
 }
 
 std::shared_ptr<const Binding::CommandSvc::OutputInfo> MetadataParser::ParseFieldInfo(
-    const JsonValue& entry, Messages& messages) {
+    const JsonValue& entry, Outputs& outputs, Messages& messages) {
   // The same argument as option entries give.
   if (!CheckObject(entry, "options_entry", messages)) return nullptr;
-  Text structure(entry, "structure_id", messages);
-  if (!structure) return nullptr;
-  JsonOptArrayMember<std::list<std::shared_ptr<const Binding::CommandSvc::OutputFieldInfo>>, CliIds>
-      fields(entry, "output_fields", &ParseMemberInfo, messages);
-  if (!fields) return nullptr;
-
-  auto output = std::make_shared<Binding::CommandSvc::OutputInfo>();
-  output->structure_id = structure.Take();
-  output->output_fields = fields.Take();
-  return output;
+  const JsonValue* structure = TextValue(entry, "structure_id", messages);
+  if (structure == nullptr) return nullptr;
+  // "output_fields" is optional, as JsonOptArrayMember reads it.
+  outputs.fields.clear();
+  if (const JsonValue* fields = FindMemberValue(entry, "output_fields", messages)) {
+    if (!fields->IsArray()) {
+      AddMessage(messages, CliIds::kInvalidField, "output_fields");
+      return nullptr;
+    }
+    for (const auto& field : fields->GetArray()) {
+      const auto texts = ParseMemberInfo(field, messages);
+      if (texts.second == nullptr) return nullptr;
+      outputs.fields.push_back(texts);
+    }
+  }
+  return outputs.Get(*structure);
 }
 
-std::shared_ptr<const Binding::CommandSvc::OutputFieldInfo> MetadataParser::ParseMemberInfo(
+std::pair<const JsonValue*, const JsonValue*> MetadataParser::ParseMemberInfo(
     const JsonValue& entry, Messages& messages) {
-  if (!CheckObject(entry, "output_fields", messages)) return nullptr;
-  Text field(entry, "field_name", messages);
-  if (!field) return nullptr;
-  Text display(entry, "display_name", messages);
-  if (!display) return nullptr;
-  return std::make_shared<const Binding::CommandSvc::OutputFieldInfo>(
-      Binding::CommandSvc::OutputFieldInfo{field.Take(), display.Take()});
+  if (!CheckObject(entry, "output_fields", messages)) return {};
+  const JsonValue* field = TextValue(entry, "field_name", messages);
+  if (field == nullptr) return {};
+  const JsonValue* display = TextValue(entry, "display_name", messages);
+  if (display == nullptr) return {};
+  return {field, display};
 }
 
 }  // namespace Cli

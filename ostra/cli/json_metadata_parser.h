@@ -10,6 +10,7 @@
 #include <functional>
 #include <istream>
 #include <memory>
+#include <utility>
 
 #include "ostra/json/json_member.h"
 #include "ostra/provider/parsed_metadata.h"
@@ -45,23 +46,26 @@ class MetadataParser {
   static bool LoadMetadataFromDoc(const JsonDocument& document, const RegisterCallbacks& callbacks,
                                   Messages& messages);
 
+  // The output lists of one document by their content (see ParseFieldInfo).
+  class Outputs;
+
   // One element of "cli": a namespace or a command, registered when read without fault.
-  static bool ParseNode(const JsonValue& node, const RegisterCallbacks& callbacks,
+  static bool ParseNode(const JsonValue& node, const RegisterCallbacks& callbacks, Outputs& outputs,
                         Messages& messages);
   // "path", "name" and "description" of a node, as a Namespace_Svc::Info or CommandSvc::Info.
   template <class Info>
   static std::shared_ptr<Info> ParseInfoNode(const JsonValue& node, Messages& messages);
   // The command's "node_metadata" object, into `command`.
   static bool ParseCommandMetadata(const JsonValue& metadata, Binding::CommandSvc::Info& command,
-                                   Messages& messages);
+                                   Outputs& outputs, Messages& messages);
   static std::shared_ptr<const Binding::CommandSvc::OptionInfo> ParseOptionInfo(
       const JsonValue& entry, Messages& messages);
-  // One element of "output_field_list".
+  // One element of "output_field_list". Commands that show a structure alike share one record.
   static std::shared_ptr<const Binding::CommandSvc::OutputInfo> ParseFieldInfo(
-      const JsonValue& entry, Messages& messages);
-  // One element of "output_fields".
-  static std::shared_ptr<const Binding::CommandSvc::OutputFieldInfo> ParseMemberInfo(
-      const JsonValue& entry, Messages& messages);
+      const JsonValue& entry, Outputs& outputs, Messages& messages);
+  // One element of "output_fields": its "field_name" and "display_name" strings, or nulls.
+  static std::pair<const JsonValue*, const JsonValue*> ParseMemberInfo(const JsonValue& entry,
+                                                                       Messages& messages);
 };
 
 // Formatter texts: upper-cased and looked up; an unknown text is kept in the unknown value.

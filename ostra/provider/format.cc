@@ -238,9 +238,12 @@ void FormatTo(std::ostream& out, string_view format, const format_arg* args, std
   }
 }
 
+// Each thread formats into one stream of its own: making a stream costs more than a short message.
 std::string Format(string_view format, const format_arg* args, std::size_t count,
                    std::error_code& ec) {
-  std::ostringstream out;
+  thread_local std::ostringstream out;
+  out.clear();
+  out.str(std::string());
   FormatTo(out, format, args, count, ec);
   return out.str();
 }

@@ -1,5 +1,8 @@
 #include "ostra/provider/messages.h"
 
+#include <string_view>
+#include <unordered_map>
+
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
@@ -50,10 +53,16 @@ const CatalogueEntry kMessageCatalogue[] = {
 
 template <>
 std::string Message<Provider::Metadata::MetadataSvc>::DefaultMessageForId(const std::string& id) {
-  for (const auto* entry = Provider::Metadata::kMessageCatalogue; entry->id != nullptr; ++entry) {
-    if (id == entry->id) return entry->text;
-  }
-  return "Unknown message.";
+  // Parsers make a message for every optional member a document leaves out: ids are looked up by
+  // hash.
+  static const auto* const texts = [] {
+    auto* byId = new std::unordered_map<std::string_view, const char*>();
+    for (const auto* entry = Provider::Metadata::kMessageCatalogue; entry->id != nullptr; ++entry)
+      byId->emplace(entry->id, entry->text);
+    return byId;
+  }();
+  const auto it = texts->find(id);
+  return it != texts->end() ? it->second : "Unknown message.";
 }
 
 }  // namespace Ostra
