@@ -5,6 +5,7 @@
 #include <list>
 #include <locale>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -26,6 +27,11 @@ using Constants = MetadataIdentifierSvc::Constants;
 using Callbacks = JsonMetadataParser::RegisterCallbacks;
 
 constexpr const char* kParseErrorId = "ostra.metadata.metamodel.parse.error";
+
+// The characters of a string value, as a view into the document.
+std::string_view ViewOf(const JsonValue& value) {
+  return std::string_view(value.GetString(), value.GetStringLength());
+}
 
 // The index of an upper-cased text in E's name table, or E::UNKNOWN.
 template <class E>
@@ -81,18 +87,23 @@ class TypePool {
     return type;
   }
 
-  std::shared_ptr<const Type> UserDefined(std::string resourceType, std::string resourceId) {
-    auto& type = userDefined_[UserDefinedKey(resourceType, resourceId)];
-    if (!type) {
-      auto user = std::make_shared<UserDefinedType>();
-      user->resource_type = std::move(resourceType);
-      user->resource_id = std::move(resourceId);
-      auto made = std::make_shared<Type>();
-      made->category = Category::USER_DEFINED;
-      made->user_defined_type = std::move(user);
-      type = std::move(made);
+  // Found by the two texts, which are copied only into a new type.
+  std::shared_ptr<const Type> UserDefined(std::string_view resourceType,
+                                          std::string_view resourceId) {
+    const std::hash<std::string_view> hash;
+    const std::size_t key = hash(resourceType) * 1000003u ^ hash(resourceId);
+    const auto candidates = userDefined_.equal_range(key);
+    for (auto it = candidates.first; it != candidates.second; ++it) {
+      const UserDefinedType& user = *it->second->user_defined_type;
+      if (user.resource_type == resourceType && user.resource_id == resourceId) return it->second;
     }
-    return type;
+    auto user = std::make_shared<UserDefinedType>();
+    user->resource_type = std::string(resourceType);
+    user->resource_id = std::string(resourceId);
+    auto made = std::make_shared<Type>();
+    made->category = Category::USER_DEFINED;
+    made->user_defined_type = std::move(user);
+    return userDefined_.emplace(key, std::move(made))->second;
   }
 
   // Element types are pooled already, so equal instantiations have the same element pointers.
@@ -139,17 +150,10 @@ class TypePool {
     }
   };
 
-  // The two texts of a user-defined reference, kept apart: either may hold any byte, NUL included.
-  using UserDefinedKey = std::pair<std::string, std::string>;
-  struct HashUserDefinedKey {
-    std::size_t operator()(const UserDefinedKey& k) const {
-      const std::hash<std::string> hash;
-      return hash(k.first) * 1000003u ^ hash(k.second);
-    }
-  };
-
   std::array<std::shared_ptr<const Type>, BuiltinType::UNKNOWN> builtins_;
-  std::unordered_map<UserDefinedKey, std::shared_ptr<const Type>, HashUserDefinedKey> userDefined_;
+  // User-defined types by the hash of their two texts. The texts are compared apart: either may
+  // hold any byte, NUL included.
+  std::unordered_multimap<std::size_t, std::shared_ptr<const Type>> userDefined_;
   std::unordered_map<GenericKey, std::shared_ptr<const Type>, HashGenericKey> generic_;
 };
 
@@ -382,14 +386,14 @@ class Reader {
         return true;
       }
       case Category::USER_DEFINED: {
-        std::string resourceType, resourceId;
-        if (!Text(json, "user_defined_type", resourceType) ||
-            !Text(json, "user_defined_type_name", resourceId)) {
-          return false;
-        }
+        const JsonValue* kind = StringMember(json, "user_defined_type");
+        if (kind == nullptr) return false;
+        const JsonValue* id = StringMember(json, "user_defined_type_name");
+        if (id == nullptr) return false;
+        std::string_view resourceType = ViewOf(*kind);
         if (resourceType == "Structure") resourceType = "com.corvane.ostra.structure";
         if (resourceType == "Enumeration") resourceType = "com.corvane.ostra.enumeration";
-        type = types_.UserDefined(std::move(resourceType), std::move(resourceId));
+        type = types_.UserDefined(resourceType, ViewOf(*id));
         return true;
       }
       case Category::GENERIC: {
@@ -422,6 +426,17 @@ class Reader {
     const std::size_t found = ordinal(upper_);
     if (found == E::UNKNOWN) AddMessage(messages_, kInvalidEnumValueId, name);
     return found;
+  }
+
+  // The string member `name` of `json`, or null with the message of a missing or invalid field,
+  // as Text reports them.
+  const JsonValue* StringMember(const JsonValue& json, const char* name) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    if (member != nullptr && !member->IsString()) {
+      AddMessage(messages_, JsonIds::kInvalidField, name);
+      return nullptr;
+    }
+    return member;
   }
 
   // The object member `name` of `json`, or null with the message of a missing or invalid field.
