@@ -266,8 +266,9 @@ JsonValue::ConstMemberIterator FindMember(const JsonValue& object, const char* n
     const std::size_t memberLength = it->name.GetStringLength();
     if (memberLength < length) continue;
     const char* member = it->name.GetString();
-    if (std::memcmp(member, name, length) == 0 &&
-        (memberLength == length || member[length] == '\0')) {
+    // A longer name matches only with a NUL where `name` ends: look there before comparing.
+    if ((memberLength == length || member[length] == '\0') &&
+        std::memcmp(member, name, length) == 0) {
       return it;
     }
   }
