@@ -320,9 +320,14 @@ class Reader {
     if (type.GetValue() != PrimitiveType::STRING) return nullptr;
     std::string text;
     if (!JsonParseString(json, "value", text, messages_)) return nullptr;
-    auto value = std::make_shared<PrimitiveValue>();
-    value->type = type;
-    value->string_value = std::move(text);
+    // Constants repeat their values; each distinct one is made once (values are immutable).
+    auto& value = strings_[text];
+    if (!value) {
+      auto made = std::make_shared<PrimitiveValue>();
+      made->type = type;
+      made->string_value = std::move(text);
+      value = std::move(made);
+    }
     return value;
   }
 
@@ -623,6 +628,8 @@ class Reader {
   TypePool types_;
   // The generic types of the type reference being read (see TypeReference).
   std::vector<OpenGeneric> open_;
+  // String constant values by their text (see Primitive).
+  std::unordered_map<std::string, std::shared_ptr<const PrimitiveValue>> strings_;
   // Element maps by their content (see ElementMapOf), and the text of one being read.
   std::unordered_map<std::string, std::shared_ptr<const ElementMap>> elementMaps_;
   std::string elementsKey_;
