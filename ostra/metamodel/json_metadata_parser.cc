@@ -110,8 +110,10 @@ class TypePool {
   // A map has a key and a value type, the other generic types an element type and no second.
   std::shared_ptr<const Type> Generic(const GenericType& kind, std::shared_ptr<const Type> first,
                                       std::shared_ptr<const Type> second) {
-    auto& type = generic_[GenericKey{kind.GetOrdinal(), first.get(), second.get()}];
-    if (!type) {
+    const GenericKey key{kind.GetOrdinal(), first.get(), second.get()};
+    if (2 * (genericCount_ + 1) > generic_.size()) GrowGeneric();
+    GenericSlot& slot = generic_[SlotOf(key)];
+    if (!slot.type) {
       auto generic = std::make_shared<GenericInstantiation>();
       generic->generic_type = kind;
       if (kind.GetValue() == GenericType::MAP) {
@@ -123,9 +125,10 @@ class TypePool {
       auto made = std::make_shared<Type>();
       made->category = Category::GENERIC;
       made->generic_instantiation = std::move(generic);
-      type = std::move(made);
+      slot = GenericSlot{key, std::move(made)};
+      ++genericCount_;
     }
-    return type;
+    return slot.type;
   }
 
  private:
@@ -138,23 +141,43 @@ class TypePool {
     }
   };
   // Pointers differ in their middle bits only; each part is mixed through all 64 bits.
-  struct HashGenericKey {
-    static std::uint64_t Mix(std::uint64_t x) {
-      x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9u;
-      x = (x ^ (x >> 27)) * 0x94d049bb133111ebu;
-      return x ^ (x >> 31);
-    }
-    std::size_t operator()(const GenericKey& k) const {
-      return Mix(Mix(Mix(k.kind) ^ reinterpret_cast<std::uintptr_t>(k.first)) ^
-                 reinterpret_cast<std::uintptr_t>(k.second));
-    }
+  static std::uint64_t Mix(std::uint64_t x) {
+    x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9u;
+    x = (x ^ (x >> 27)) * 0x94d049bb133111ebu;
+    return x ^ (x >> 31);
+  }
+  static std::size_t HashOf(const GenericKey& k) {
+    return Mix(Mix(Mix(k.kind) ^ reinterpret_cast<std::uintptr_t>(k.first)) ^
+               reinterpret_cast<std::uintptr_t>(k.second));
+  }
+
+  // Generic types in an open-addressing table: a document looks them up tens of thousands of
+  // times, and a slot holds the key beside the type.
+  struct GenericSlot {
+    GenericKey key;
+    std::shared_ptr<const Type> type;  // null: an empty slot
   };
+  // The slot of `key`, or the empty slot where it belongs; at most half of the slots are used.
+  std::size_t SlotOf(const GenericKey& key) const {
+    const std::size_t mask = generic_.size() - 1;
+    for (std::size_t i = HashOf(key) & mask;; i = (i + 1) & mask) {
+      if (!generic_[i].type || generic_[i].key == key) return i;
+    }
+  }
+  void GrowGeneric() {
+    std::vector<GenericSlot> old(generic_.empty() ? 64 : 2 * generic_.size());
+    old.swap(generic_);
+    for (GenericSlot& slot : old) {
+      if (slot.type) generic_[SlotOf(slot.key)] = std::move(slot);
+    }
+  }
 
   std::array<std::shared_ptr<const Type>, BuiltinType::UNKNOWN> builtins_;
   // User-defined types by the hash of their two texts. The texts are compared apart: either may
   // hold any byte, NUL included.
   std::unordered_multimap<std::size_t, std::shared_ptr<const Type>> userDefined_;
-  std::unordered_map<GenericKey, std::shared_ptr<const Type>, HashGenericKey> generic_;
+  std::vector<GenericSlot> generic_;  // a power of two in size, or empty
+  std::size_t genericCount_ = 0;
 };
 
 // One read of one document: the callbacks to fire and the messages to append to.
