@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "ostra/provider/keyed_hash.h"
+
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
@@ -78,7 +80,8 @@ class MetadataParser::Outputs {
   Fields fields;
 
  private:
-  std::unordered_map<std::string, std::shared_ptr<const Binding::CommandSvc::OutputInfo>>
+  std::unordered_map<std::string, std::shared_ptr<const Binding::CommandSvc::OutputInfo>,
+                     KeyedTextHash>
       byContent_;
   std::string key_;
 };

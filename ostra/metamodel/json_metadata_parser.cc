@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "ostra/provider/keyed_hash.h"
+
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
@@ -90,8 +92,7 @@ class TypePool {
   // Found by the two texts, which are copied only into a new type.
   std::shared_ptr<const Type> UserDefined(std::string_view resourceType,
                                           std::string_view resourceId) {
-    const std::hash<std::string_view> hash;
-    const std::size_t key = hash(resourceType) * 1000003u ^ hash(resourceId);
+    const std::size_t key = KeyedHash(resourceType) * 1000003u ^ KeyedHash(resourceId);
     const auto candidates = userDefined_.equal_range(key);
     for (auto it = candidates.first; it != candidates.second; ++it) {
       const UserDefinedType& user = *it->second->user_defined_type;
@@ -652,9 +653,9 @@ class Reader {
   // The generic types of the type reference being read (see TypeReference).
   std::vector<OpenGeneric> open_;
   // String constant values by their text (see Primitive).
-  std::unordered_map<std::string, std::shared_ptr<const PrimitiveValue>> strings_;
+  std::unordered_map<std::string, std::shared_ptr<const PrimitiveValue>, KeyedTextHash> strings_;
   // Element maps by their content (see ElementMapOf), and the text of one being read.
-  std::unordered_map<std::string, std::shared_ptr<const ElementMap>> elementMaps_;
+  std::unordered_map<std::string, std::shared_ptr<const ElementMap>, KeyedTextHash> elementMaps_;
   std::string elementsKey_;
 };
 

@@ -4,10 +4,11 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "ostra/provider/keyed_hash.h"
 
 namespace Ostra {
 namespace Provider {
@@ -44,7 +45,7 @@ class FirstIndex {
     std::size_t hash = 0;          // of the entry's key
   };
 
-  static std::size_t Hash(std::string_view key) { return std::hash<std::string_view>()(key); }
+  static std::size_t Hash(std::string_view key) { return KeyedHash(key); }
 
   // The slot holding `key`, or the empty slot where it belongs. At most half of the slots are
   // used, so the probe ends soon; keys are read only where the hashes are equal.

@@ -11,11 +11,17 @@
 #include <string_view>
 #include <vector>
 
+#include "ostra/provider/keyed_hash.h"
+
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
 
 // The viewed characters must outlive the map. Values stay where they are as the map grows.
+//
+// Identifiers are hashed with the standard library's fast hash. A document whose identifiers are
+// made to collide under it would make probes long: the first probe longer than kLongProbe moves
+// the map to the keyed hash (KeyedHash), which such a document cannot aim at.
 template <class V>
 class ViewMap {
  public:
@@ -33,8 +39,10 @@ class ViewMap {
 
   // The value of `key`, added empty when the key is new.
   V& operator[](std::string_view key) {
-    if (2 * (entries_.size() + 1) > slots_.size()) Grow();
-    const std::size_t hash = std::hash<std::string_view>()(key);
+    if (2 * (entries_.size() + 1) > slots_.size()) {
+      Rehash(slots_.empty() ? 16 : 2 * slots_.size(), false);
+    }
+    std::size_t hash = Hash(key);
     Slot& slot = slots_[SlotOf(key, hash)];
     if (slot.entry == nullptr) {
       entries_.push_back(Entry{key, V()});
@@ -46,7 +54,8 @@ class ViewMap {
   // The value of `key`, or null.
   V* Find(std::string_view key) {
     if (entries_.empty()) return nullptr;
-    Entry* entry = slots_[SlotOf(key, std::hash<std::string_view>()(key))].entry;
+    std::size_t hash = Hash(key);
+    Entry* entry = slots_[SlotOf(key, hash)].entry;
     return entry ? &entry->value : nullptr;
   }
 
@@ -63,35 +72,51 @@ class ViewMap {
   }
 
  private:
+  static constexpr std::size_t kLongProbe = 64;
+
   struct Slot {
     Entry* entry = nullptr;  // null: an empty slot
     std::size_t hash = 0;
   };
 
+  std::size_t Hash(std::string_view key) const {
+    return keyed_ ? KeyedHash(key) : std::hash<std::string_view>()(key);
+  }
+
   // The slot of `key`, or the empty slot where it belongs; at most half of the slots are used.
-  std::size_t SlotOf(std::string_view key, std::size_t hash) const {
-    const std::size_t mask = slots_.size() - 1;
-    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
-      const Slot& slot = slots_[i];
-      if (slot.entry == nullptr || (slot.hash == hash && slot.entry->key == key)) return i;
+  // A long probe moves the map to the keyed hash first, and `hash` with it.
+  std::size_t SlotOf(std::string_view key, std::size_t& hash) {
+    for (;;) {
+      const std::size_t mask = slots_.size() - 1;
+      std::size_t i = hash & mask;
+      for (std::size_t probe = 0; probe < kLongProbe || keyed_; ++probe, i = (i + 1) & mask) {
+        const Slot& slot = slots_[i];
+        if (slot.entry == nullptr || (slot.hash == hash && slot.entry->key == key)) return i;
+      }
+      keyed_ = true;
+      Rehash(slots_.size(), true);
+      hash = Hash(key);
     }
   }
 
-  void Grow() {
-    std::vector<Slot> old(slots_.empty() ? 16 : 2 * slots_.size());
+  // Places every entry anew in `size` slots, hashing the keys again when `hashAgain`.
+  void Rehash(std::size_t size, bool hashAgain) {
+    std::vector<Slot> old(size);
     old.swap(slots_);
     const std::size_t mask = slots_.size() - 1;
     for (const Slot& slot : old) {
       if (slot.entry == nullptr) continue;
-      std::size_t i = slot.hash & mask;
+      const std::size_t hash = hashAgain ? Hash(slot.entry->key) : slot.hash;
+      std::size_t i = hash & mask;
       while (slots_[i].entry != nullptr)
         i = (i + 1) & mask;
-      slots_[i] = slot;
+      slots_[i] = Slot{slot.entry, hash};
     }
   }
 
   std::vector<Slot> slots_;    // a power of two in size, or empty
   std::deque<Entry> entries_;  // in the order keys were added
+  bool keyed_ = false;         // whether Hash is the keyed hash
 };
 
 }  // namespace Metadata
