@@ -46,6 +46,10 @@ class Host {
 
   // Creates source `id` of `domain` from `path`; null on success.
   ErrorPtr Load(Domain domain, const std::string& id, const std::string& path);
+  // The same from the document already parsed from `path`, which the source keeps as its file: it
+  // shows as the source's path and a reload reads it again.
+  ErrorPtr Load(Domain domain, const std::string& id, const std::string& path,
+                Ostra::Provider::Metadata::ParsedMetadata& parsed);
 
   // A service by its identifier or by the identifier's tail after "com.corvane.ostra.metadata."
   // ("cli.command"); null when no such service is bound.
