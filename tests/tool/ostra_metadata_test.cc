@@ -83,6 +83,13 @@ TEST_F(ToolTest, ArgumentErrorsAreUsageErrors) {
            {"diff", "--format", "yaml", cli, cli},
            {"-c", cli, "diff", cli, cli},
            {"--fail-on", "none", "-c", cli},
+           {"-c", cli, "serve", "--stdio", "--http", "0"},
+           {"-c", cli, "serve", "--stdio", "--watch"},
+           {"-c", cli, "serve", "--http", "::1:80"},
+           {"-c", cli, "serve", "--http", "65536"},
+           {"-c", cli, "serve", "--http", "0", "--threads", "0"},
+           {"-c", cli, "serve", "--http", "0", "--allow-source-management"},
+           {"-c", cli, "serve", "--http", "0", "--source-root", cli},
        }) {
     const ToolRun run = Tool(args);
     EXPECT_EQ(run.status, 1) << testing::PrintToString(args) << run.err;

@@ -1,5 +1,7 @@
 #include "host.h"
 
+#include <algorithm>
+
 namespace OstraTool {
 
 namespace Metadata = Ostra::Provider::Metadata;
@@ -24,6 +26,16 @@ boost::optional<Domain> DomainOf(const Metadata::JsonDocument& document) {
     if (Metadata::FindMember(document, DomainName(domain)) != document.MemberEnd()) return domain;
   }
   return boost::none;
+}
+
+bool ManagesSources(const std::string& service, const std::string& operation) {
+  static const std::string kSourceServices[] = {
+      std::string(kServicePrefix) + "metamodel.source",
+      std::string(kServicePrefix) + "authentication.source",
+      std::string(kServicePrefix) + "cli.source"};
+  return (operation == "create" || operation == "delete" || operation == "reload") &&
+         std::find(std::begin(kSourceServices), std::end(kSourceServices), service) !=
+             std::end(kSourceServices);
 }
 
 Host::Host()
@@ -122,7 +134,25 @@ Host::Reply Host::Call(const std::string& service, const std::string& operation,
                   reply.value = value;
                   reply.error = error;
                 });
+  if (ManagesSources(bound->GetIdentifier(), operation)) ++changes_;
   return reply;
+}
+
+ErrorPtr Host::Reload(Domain domain, const std::string& id) const {
+  ErrorPtr error;
+  switch (domain) {
+    case Domain::kMetamodel:
+      error = metamodel_->ReloadSource(id);
+      break;
+    case Domain::kAuthentication:
+      error = authentication_->ReloadSource(id);
+      break;
+    case Domain::kCli:
+      error = cli_->ReloadSource(id);
+      break;
+  }
+  ++changes_;
+  return error;
 }
 
 }  // namespace OstraTool

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "http_server.h"
 #include "json_writer.h"
 #include "report.h"
 
@@ -20,6 +21,8 @@ using namespace OstraTool;
 constexpr const char* kHelp = R"(usage: ostra-metadata [SOURCES] [summary]
        ostra-metadata [SOURCES] call SERVICE OPERATION [INPUT]
        ostra-metadata [SOURCES] serve --stdio
+       ostra-metadata [SOURCES] serve --http [ADDR:]PORT [--threads N] [--watch]
+                      [--allow-source-management --source-root DIR]
        ostra-metadata check FILE...
        ostra-metadata diff [--format text|json] [--fail-on breaking|dangerous|none] OLD NEW
 
@@ -64,6 +67,26 @@ Commands:
                message and the error as data. Limits (-32600): 16 MiB per line, nesting of 1000,
                262144 values, strings of 1 MiB; a batch whose replies pass 16 MiB runs no more of
                its requests (-32001). A source created through serve must be a regular file.
+  serve --http [ADDR:]PORT
+               HTTP/1.1 on ADDR (default 127.0.0.1; [::1] for IPv6) and PORT (0: any free
+               one); the first line on stdout is "listening on http://ADDR:PORT".
+                 POST /rpc         one request or a batch as above, as application/json (else
+                                   415); 200 with the reply (a JSON-RPC error too), 204 for
+                                   notifications only, 413 for a body over 16 MiB.
+                 GET /v1/metadata  the whole model in one document: {"fingerprint", "sources",
+                                   "metamodel": {"components", "resources"}, "authentication":
+                                   {"components"}, "cli": {"namespaces", "commands"}}, each part
+                                   what the services answer; built once per change, ETag the
+                                   quoted CRC32 of the body; If-None-Match with it (or *): 304.
+               create, delete and reload of the source services answer -32001 "source
+               management is disabled" unless --allow-source-management is given with
+               --source-root DIR; then a created source must be a regular file whose real path
+               lies under DIR (relative paths are taken from DIR). --threads N (1-256, default
+               8) requests are served at once; idle connections close after 5 s, headers must
+               arrive within 5 s and 64 KiB, a whole exchange within 30 s. --watch reloads a
+               source when its file changes (written, or renamed over) and reports on stderr a
+               reload that kept the old data. SIGINT or SIGTERM: stop accepting, answer the
+               requests received, exit 0.
 
 Exit status: 0 success, 1 usage, 2 the operation failed (check: the domains disagree; diff:
 a change at or above --fail-on), 3 a source failed to load.
@@ -217,8 +240,42 @@ int Call(const Invocation& run) {
 }
 
 int ServeCommand(const Invocation& run) {
-  if (!run.options.Value("stdio")) return UsageError("serve needs --stdio");
-  return Serve(run.host, std::cin, std::cout);
+  const Options& given = run.options;
+  const auto http = given.Value("http");
+  if (given.Value("stdio").has_value() == http.has_value()) {
+    return UsageError("serve needs --stdio or --http [ADDR:]PORT");
+  }
+  const char* const httpOnly[] = {"threads", "watch", "allow-source-management", "source-root"};
+  if (!http) {
+    for (const char* name : httpOnly) {
+      if (given.Value(name)) return UsageError(std::string("--") + name + " belongs to --http");
+    }
+    return Serve(run.host, std::cin, std::cout);
+  }
+  HttpOptions options;
+  if (!ParseListenAddress(*http, options)) return UsageError("--http takes [ADDR:]PORT");
+  if (const auto threads = given.Value("threads")) {
+    const bool digits = !threads->empty() && threads->size() <= 3 &&
+                        threads->find_first_not_of("0123456789") == std::string::npos;
+    options.threads = digits ? std::stoul(*threads) : 0;
+    if (options.threads < 1 || options.threads > 256) {
+      return UsageError("--threads takes a number from 1 to 256");
+    }
+  }
+  options.watch = given.Value("watch").has_value();
+  const auto root = given.Value("source-root");
+  if (given.Value("allow-source-management").has_value() != root.has_value()) {
+    return UsageError("--allow-source-management needs --source-root DIR, and the other way round");
+  }
+  if (root) {
+    std::error_code error;
+    const auto real = std::filesystem::canonical(*root, error);
+    if (error || !std::filesystem::is_directory(real, error)) {
+      return UsageError("--source-root " + *root + " is not a directory");
+    }
+    options.access = {true, real};
+  }
+  return ServeHttp(run.host, options, std::cout, std::cerr);
 }
 
 int CheckCommand(const Invocation& run) {
@@ -252,7 +309,13 @@ struct Command {
 const Command kCommands[] = {
     {"summary", true, 0, 0, "summary takes no arguments", {}, Summary},
     {"call", true, 2, 3, "call needs SERVICE OPERATION [INPUT]", {}, Call},
-    {"serve", true, 0, 0, "serve takes no arguments", {"stdio"}, ServeCommand},
+    {"serve",
+     true,
+     0,
+     0,
+     "serve takes no arguments",
+     {"stdio", "http", "threads", "watch", "allow-source-management", "source-root"},
+     ServeCommand},
     {"check", false, 1, SIZE_MAX, "check needs at least one FILE", {}, CheckCommand},
     {"diff", false, 2, 2, "diff needs OLD and NEW", {"format", "fail-on"}, DiffCommand},
 };
@@ -265,6 +328,11 @@ int main(int argc, char** argv) {
                             {"cli", required_argument, nullptr, 'c'},
                             {"dir", required_argument, nullptr, 'd'},
                             {"stdio", no_argument, nullptr, 0},
+                            {"http", required_argument, nullptr, 0},
+                            {"threads", required_argument, nullptr, 0},
+                            {"watch", no_argument, nullptr, 0},
+                            {"allow-source-management", no_argument, nullptr, 0},
+                            {"source-root", required_argument, nullptr, 0},
                             {"format", required_argument, nullptr, 0},
                             {"fail-on", required_argument, nullptr, 0},
                             {"help", no_argument, nullptr, 'h'},
