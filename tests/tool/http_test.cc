@@ -18,24 +18,15 @@
 #include <vector>
 
 #include "test_store.h"
+#include "tool/tool_helpers.h"
 
 namespace {
 
+using OstraTest::Quote;
+using OstraTest::Slurp;
+
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-std::string Slurp(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (const char c : arg)
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
 
 struct Reply {
   int status = 0;

@@ -10,27 +10,18 @@
 #include <vector>
 
 #include "test_store.h"
+#include "tool/tool_helpers.h"
 
 namespace {
+
+using OstraTest::Quote;
+using OstraTest::Slurp;
 
 struct ToolRun {
   int status = -1;
   std::string out;
   std::string err;
 };
-
-std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (const char c : arg)
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
-std::string Slurp(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 class ToolTest : public OstraTest::TempFilesTest {
  protected:
