@@ -388,6 +388,8 @@ class Routes {
       Handle handle;
       httplib::Headers headers;
     };
+    // A new page or endpoint is one line here: its method, path, handler and the headers its
+    // answers carry (a Content-Security-Policy, for instance).
     const Route routes[] = {
         {"POST", "/rpc", &Routes::Rpc, {{"Cache-Control", "no-store"}}},
         {"GET", "/v1/metadata", &Routes::Metadata, {{"Cache-Control", "no-cache"}}},
