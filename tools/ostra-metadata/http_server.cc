@@ -36,8 +36,8 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Limits of every connection. A client that cannot meet them is dropped; none of them binds an
-// honest client on this host's network.
+// Limits of every connection. A client that cannot meet them is dropped; a client on a working
+// network stays far within them.
 constexpr auto kIdleTime = seconds(5);    // waiting for a request, the first one included
 constexpr auto kHeaderTime = seconds(5);  // from a request's first byte to the end of its headers
 constexpr auto kExchangeTime = seconds(30);  // from a request's first byte to its reply written
