@@ -18,6 +18,7 @@ constexpr Route kRoutes[] = {
     {"/", "index.html", "text/html; charset=utf-8"},
     {"/explorer.js", "explorer.js", "text/javascript; charset=utf-8"},
     {"/explorer.css", "explorer.css", "text/css; charset=utf-8"},
+    {"/favicon.svg", "favicon.svg", "image/svg+xml"},
 };
 
 std::map<std::string, ExplorerFile> MakeFiles() {

@@ -24,7 +24,8 @@ struct ExplorerFile {
   std::string etag;  // the quoted CRC32 of the body
 };
 
-// The file served at `path`: "/" (the page), "/explorer.js", "/explorer.css"; null for any other.
+// The file served at `path`: "/" (the page), "/explorer.js", "/explorer.css", "/favicon.svg";
+// null for any other.
 const ExplorerFile* FindExplorerFile(const std::string& path);
 
 // The Content-Security-Policy of the explorer's responses: script, style, data and images from

@@ -396,6 +396,7 @@ class Routes {
         {"GET", "/", &Routes::Explorer, ExplorerHeaders()},
         {"GET", "/explorer.js", &Routes::Explorer, ExplorerHeaders()},
         {"GET", "/explorer.css", &Routes::Explorer, ExplorerHeaders()},
+        {"GET", "/favicon.svg", &Routes::Explorer, ExplorerHeaders()},
     };
     for (const Route& route : routes) {
       const auto handler = [this, route](const httplib::Request& request,

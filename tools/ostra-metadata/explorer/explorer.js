@@ -746,6 +746,8 @@
     }
     for (let d = target.parentElement.closest('details'); d; d = d.parentElement.closest('details')) openDetails(d);
     if (target.tagName === 'DETAILS') openDetails(target);
+    for (const old of main.querySelectorAll('.target')) old.classList.remove('target');
+    target.classList.add('target');  // :target misses elements drawn after the navigation
     target.scrollIntoView({ block: 'start' });
     if (focus) (target.querySelector(':scope > summary') || target).focus({ preventScroll: true });
     return true;
