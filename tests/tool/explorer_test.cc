@@ -231,11 +231,11 @@ class Browser {
   std::string session_;
 };
 
+// Chromium as OSTRA_CHROMIUM names it, or where Debian puts it; empty when it is not there.
 std::string FindChromium() {
-  if (const char* given = std::getenv("OSTRA_CHROMIUM")) return given;
-  for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"})
-    if (access(path, X_OK) == 0) return path;
-  return "";
+  const char* given = std::getenv("OSTRA_CHROMIUM");
+  const std::string path = given ? given : "/usr/bin/chromium";
+  return access(path.c_str(), X_OK) == 0 ? path : "";
 }
 
 // Writes `text` to `path` by renaming a new file over it, as editors and deployments do.

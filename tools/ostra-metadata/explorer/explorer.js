@@ -3,15 +3,15 @@
 //
 // Model text reaches the page only as text nodes and attribute values, never as markup: a
 // document may hold "<script>" in its documentation. Every element of the model gets an id (its
-// permalink, the URL fragment), and every name is in the DOM once the model is drawn; collapsed
-// <details> cost no layout, so a large model stays quick to browse.
+// permalink, the URL fragment), and every name is in the DOM once the model is drawn (main's
+// aria-busy turns "false"). What is open shows first; the bodies of closed elements are drawn
+// after, in slices, so that a model of tens of thousands of names shows at once.
 'use strict';
 
 (() => {
   const POLL_MS = 5000;
   const HIGHLIGHT_LIMIT = 2000;  // matches marked at most; all of them are shown
   const OPEN_LIMIT = 200;  // up to this many matches, what holds them opens
-  const STRUCTURE = 'com.corvane.ostra.structure';
 
   // ---- Reading the document: an absent or mistyped part reads as empty.
 
@@ -60,7 +60,10 @@
     }
     return node;
   }
-  const href = (id) => '#' + encodeURI(id).replace(/#/g, '%23');
+  // The fragment of an id: what a URL may not hold is escaped (a lone surrogate is left out).
+  const href = (id) => '#' + id.replace(/[^\w.:/~-]/gu, (c) => {
+    try { return encodeURIComponent(c); } catch (e) { return ''; }
+  });
   const link = (id, ...kids) => el('a', { href: href(id) }, ...kids);
 
   // ---- The model, with the lookups the page needs.
