@@ -78,6 +78,9 @@ Commands:
                                    {"components"}, "cli": {"namespaces", "commands"}}, each part
                                    what the services answer; built once per change, ETag the
                                    quoted CRC32 of the body; If-None-Match with it (or *): 304.
+                 GET /             the explorer: a page that shows that document in a browser
+                                   (tree, authentication, Cli, sources, a filter, permalinks),
+                                   built into the tool, and polls it every 5 s.
                create, delete and reload of the source services answer -32001 "source
                management is disabled" unless --allow-source-management is given with
                --source-root DIR; then a created source must be a regular file whose real path
