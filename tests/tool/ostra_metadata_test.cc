@@ -10,27 +10,18 @@
 #include <vector>
 
 #include "test_store.h"
+#include "tool/tool_helpers.h"
 
 namespace {
+
+using OstraTest::Quote;
+using OstraTest::Slurp;
 
 struct ToolRun {
   int status = -1;
   std::string out;
   std::string err;
 };
-
-std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (const char c : arg)
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
-std::string Slurp(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
 
 class ToolTest : public OstraTest::TempFilesTest {
  protected:
@@ -83,6 +74,13 @@ TEST_F(ToolTest, ArgumentErrorsAreUsageErrors) {
            {"diff", "--format", "yaml", cli, cli},
            {"-c", cli, "diff", cli, cli},
            {"--fail-on", "none", "-c", cli},
+           {"-c", cli, "serve", "--stdio", "--http", "0"},
+           {"-c", cli, "serve", "--stdio", "--watch"},
+           {"-c", cli, "serve", "--http", "::1:80"},
+           {"-c", cli, "serve", "--http", "65536"},
+           {"-c", cli, "serve", "--http", "0", "--threads", "0"},
+           {"-c", cli, "serve", "--http", "0", "--allow-source-management"},
+           {"-c", cli, "serve", "--http", "0", "--source-root", cli},
        }) {
     const ToolRun run = Tool(args);
     EXPECT_EQ(run.status, 1) << testing::PrintToString(args) << run.err;

@@ -14,8 +14,10 @@ namespace {
 namespace C = Com::Corvane::Ostra::Metadata::Cli;
 using Names = std::list<std::string>;
 
-// Loads one file into a fresh host; answers its domain when it loaded.
-boost::optional<Domain> CheckFile(const std::string& path, std::ostream& out) {
+// Parses one file once and loads the parsed document into `host` as source `id`, keeping the
+// file as the source's path; answers the file's domain when it loaded.
+boost::optional<Domain> CheckFile(const std::string& path, const std::string& id, Host& host,
+                                  std::ostream& out) {
   const auto text = ReadFile(path);
   if (!text) {
     out << path << ": cannot be read\n";
@@ -42,8 +44,7 @@ boost::optional<Domain> CheckFile(const std::string& path, std::ostream& out) {
         << "member at its root)\n";
     return boost::none;
   }
-  Host host;
-  if (const auto error = host.Load(*domain, "check", path)) {
+  if (const auto error = host.Load(*domain, id, path, *parsed)) {
     PrintMessages(out, path + ": ", Ostra::Data::ErrorFactory::GetMessages(*error));
     return boost::none;
   }
@@ -108,13 +109,13 @@ int Check(const std::vector<std::string>& files, std::ostream& out) {
   std::set<Domain> domains;
   int status = kOk;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    const auto domain = CheckFile(files[i], out);
+    // Each file is its own source, so that its messages are its own.
+    const auto domain = CheckFile(files[i], std::to_string(i), all, out);
     if (!domain) {
       status = kLoadFailed;
       continue;
     }
     domains.insert(*domain);
-    all.Load(*domain, std::to_string(i), files[i]);
   }
   if (domains.count(Domain::kMetamodel) != 0 && domains.size() > 1) {
     const int mismatches = CrossCheck(all, out);

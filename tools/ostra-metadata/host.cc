@@ -1,8 +1,11 @@
 #include "host.h"
 
+#include <algorithm>
+
 namespace OstraTool {
 
 namespace Metadata = Ostra::Provider::Metadata;
+namespace Binding = Com::Corvane::Ostra::Metadata;
 using Metadata::ProviderHelper;
 
 const char* DomainName(Domain domain) {
@@ -25,6 +28,16 @@ boost::optional<Domain> DomainOf(const Metadata::JsonDocument& document) {
   return boost::none;
 }
 
+bool ManagesSources(const std::string& service, const std::string& operation) {
+  static const std::string kSourceServices[] = {
+      std::string(kServicePrefix) + "metamodel.source",
+      std::string(kServicePrefix) + "authentication.source",
+      std::string(kServicePrefix) + "cli.source"};
+  return (operation == "create" || operation == "delete" || operation == "reload") &&
+         std::find(std::begin(kSourceServices), std::end(kSourceServices), service) !=
+             std::end(kSourceServices);
+}
+
 Host::Host()
     : metamodel_(Metadata::Metamodel::MetadataContainer::GetInstance()),
       authentication_(Metadata::Authentication::MetadataContainer::GetInstance()),
@@ -37,7 +50,6 @@ Host::Host()
   append(ProviderHelper::CliInterfaces(cli_));
   // Source management is in no bound list: a host binds it under its own rules. This one offers
   // it to whoever runs the tool.
-  namespace Binding = Com::Corvane::Ostra::Metadata;
   services_.push_back(Binding::Metamodel::SourceSvc::AsyncServiceBinder::BindImplementation(
       Metadata::Metamodel::SourceSvc::AsyncServiceImpl::GetInstance(metamodel_)));
   services_.push_back(Binding::Authentication::SourceSvc::AsyncServiceBinder::BindImplementation(
@@ -45,6 +57,26 @@ Host::Host()
   services_.push_back(Binding::Cli::SourceSvc::AsyncServiceBinder::BindImplementation(
       Metadata::Cli::SourceSvc::AsyncServiceImpl::GetInstance(cli_)));
 }
+
+namespace {
+
+// A file source spec described by its id, as ProviderHelper makes them.
+template <class Spec>
+std::shared_ptr<const Spec> FileSpec(const std::string& id, const std::string& path) {
+  auto spec = std::make_shared<Spec>();
+  spec->description = id;
+  spec->type = decltype(spec->type)::FILE;
+  spec->filepath = path;
+  return spec;
+}
+
+template <class Spec, class Store>
+ErrorPtr LoadParsed(const Store& store, const std::string& id, const std::string& path,
+                    Metadata::ParsedMetadata& parsed) {
+  return store->CreateSourceFromMetadata(id, parsed, FileSpec<Spec>(id, path));
+}
+
+}  // namespace
 
 ErrorPtr Host::Load(Domain domain, const std::string& id, const std::string& path) {
   switch (domain) {
@@ -54,6 +86,20 @@ ErrorPtr Host::Load(Domain domain, const std::string& id, const std::string& pat
       return ProviderHelper::LoadAuthnMetadataFile(id, path, authentication_);
     case Domain::kCli:
       return ProviderHelper::LoadCliMetadataFile(id, path, cli_);
+  }
+  return nullptr;
+}
+
+ErrorPtr Host::Load(Domain domain, const std::string& id, const std::string& path,
+                    Metadata::ParsedMetadata& parsed) {
+  switch (domain) {
+    case Domain::kMetamodel:
+      return LoadParsed<Binding::Metamodel::SourceSvc::CreateSpec>(metamodel_, id, path, parsed);
+    case Domain::kAuthentication:
+      return LoadParsed<Binding::Authentication::SourceSvc::CreateSpec>(authentication_, id, path,
+                                                                        parsed);
+    case Domain::kCli:
+      return LoadParsed<Binding::Cli::SourceSvc::CreateSpec>(cli_, id, path, parsed);
   }
   return nullptr;
 }
@@ -88,7 +134,25 @@ Host::Reply Host::Call(const std::string& service, const std::string& operation,
                   reply.value = value;
                   reply.error = error;
                 });
+  if (ManagesSources(bound->GetIdentifier(), operation)) ++changes_;
   return reply;
+}
+
+ErrorPtr Host::Reload(Domain domain, const std::string& id) const {
+  ErrorPtr error;
+  switch (domain) {
+    case Domain::kMetamodel:
+      error = metamodel_->ReloadSource(id);
+      break;
+    case Domain::kAuthentication:
+      error = authentication_->ReloadSource(id);
+      break;
+    case Domain::kCli:
+      error = cli_->ReloadSource(id);
+      break;
+  }
+  ++changes_;
+  return error;
 }
 
 }  // namespace OstraTool

@@ -3,6 +3,8 @@
 // dispatches every request through ApiInterface::Invoke.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -25,6 +27,9 @@ const char* DomainName(Domain domain);
 // The domain whose root member the document has; none for another document.
 boost::optional<Domain> DomainOf(const Ostra::Provider::Metadata::JsonDocument& document);
 
+// Whether `operation` of the service identified as `service` creates, deletes or reloads sources.
+bool ManagesSources(const std::string& service, const std::string& operation);
+
 // Named inputs of an operation, built from native values.
 class Input {
  public:
@@ -46,6 +51,10 @@ class Host {
 
   // Creates source `id` of `domain` from `path`; null on success.
   ErrorPtr Load(Domain domain, const std::string& id, const std::string& path);
+  // The same from the document already parsed from `path`, which the source keeps as its file: it
+  // shows as the source's path and a reload reads it again.
+  ErrorPtr Load(Domain domain, const std::string& id, const std::string& path,
+                Ostra::Provider::Metadata::ParsedMetadata& parsed);
 
   // A service by its identifier or by the identifier's tail after "com.corvane.ostra.metadata."
   // ("cli.command"); null when no such service is bound.
@@ -63,9 +72,16 @@ class Host {
     ValuePtr value;
     ErrorPtr error;
   };
-  // Invokes `operation` of `service`; an unknown service answers NotFound.
+  // Invokes `operation` of `service`; an unknown service answers NotFound. Any thread may call.
   Reply Call(const std::string& service, const std::string& operation,
              const Ostra::Data::StructValue& input) const;
+
+  // Reloads source `id` of `domain` from its file (the store's ReloadSource).
+  ErrorPtr Reload(Domain domain, const std::string& id) const;
+
+  // How many source operations (create, delete, reload, through Call or Reload) have ended so far:
+  // while it stays the same, so do the stores' answers.
+  std::uint64_t Changes() const { return changes_.load(); }
 
   // Calls and converts the result to T; none when the call failed or the result is not a T.
   template <class T>
@@ -85,6 +101,7 @@ class Host {
   std::shared_ptr<Ostra::Provider::Metadata::Authentication::MetadataContainer> authentication_;
   std::shared_ptr<Ostra::Provider::Metadata::Cli::MetadataContainer> cli_;
   std::vector<std::shared_ptr<Ostra::Core::ApiInterface>> services_;
+  mutable std::atomic<std::uint64_t> changes_{0};
 };
 
 // The prefix of every service identifier, which short names leave out.

@@ -34,6 +34,7 @@ constexpr int kMethodNotFound = -32601;
 constexpr int kInvalidParams = -32602;
 constexpr int kOperationFailed = -32000;
 constexpr int kBatchTooLarge = -32001;
+constexpr int kRefused = -32001;
 
 std::string MiB(std::size_t bytes) {
   return std::to_string(bytes >> 20) + " MiB";
@@ -322,6 +323,50 @@ ErrorPtr CheckSourceFile(const std::string& service, const std::string& operatio
       {Ostra::Provider::Metadata::MetadataMessage(notFound, *path)});
 }
 
+// The real path of the regular file that `path` names (taken from `root` when relative), or none
+// when there is no such file or it lies outside `root`, a real path.
+boost::optional<std::string> FileUnder(const std::filesystem::path& root, const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path real = fs::canonical(root / fs::path(path), error);  // an absolute path stays
+  if (error || !fs::is_regular_file(real, error)) return boost::none;
+  auto at = real.begin();
+  for (const auto& part : root) {
+    if (at == real.end() || *at != part) return boost::none;
+    ++at;
+  }
+  return real.string();
+}
+
+// `input` with the file path of its create spec replaced by `path`.
+StructValue WithFilePath(const StructValue& input, const std::string& path) {
+  std::vector<StructValue::Field> fields;
+  for (const auto& field : input.GetFields()) {
+    if (field.first != "spec") {
+      fields.push_back(field);
+      continue;
+    }
+    const auto& spec = static_cast<const StructValue&>(*field.second);
+    std::vector<StructValue::Field> members;
+    for (const auto& member : spec.GetFields()) {
+      members.emplace_back(member.first,
+                           member.first == "filepath"
+                               ? std::make_shared<const Ostra::Data::StringValue>(path)
+                               : member.second);
+    }
+    fields.emplace_back(field.first,
+                        std::make_shared<const StructValue>(spec.GetName(), std::move(members)));
+  }
+  return StructValue(input.GetName(), std::move(fields));
+}
+
+// The create spec's file path when the input has one; null otherwise.
+const std::string* SpecFilePath(const StructValue& input) {
+  const auto spec = input.GetField("spec");
+  if (!spec || spec->GetType() != ValueType::kStruct) return nullptr;
+  return Text(static_cast<const StructValue&>(*spec), "filepath");
+}
+
 // The text of an error's first message, or the name of its kind when it has none.
 std::string ErrorMessage(const Ostra::Data::ErrorValue& error) {
   const auto messages = Ostra::Data::ErrorFactory::GetMessages(error);
@@ -331,8 +376,8 @@ std::string ErrorMessage(const Ostra::Data::ErrorValue& error) {
 // Answers one request of a text (the text itself, or an element of its batch) into `out`. False
 // when it gets no reply (a notification). A request that is not `runnable` is answered without
 // being run.
-bool Handle(const Host& host, const RequestReader& read, const DataValue& request, bool runnable,
-            JsonWriter& out) {
+bool Handle(const Host& host, const SourceAccess& access, const RequestReader& read,
+            const DataValue& request, bool runnable, JsonWriter& out) {
   if (request.GetType() != ValueType::kStruct) {
     WriteFailure(out, Id(), kInvalidRequest, "Invalid Request");
     return true;
@@ -393,10 +438,30 @@ bool Handle(const Host& host, const RequestReader& read, const DataValue& reques
   }
 
   const StructValue noInput("", {});
-  const StructValue& inputs = input ? static_cast<const StructValue&>(*input) : noInput;
+  const StructValue* inputs = input ? static_cast<const StructValue*>(input.get()) : &noInput;
+  boost::optional<StructValue> confined;
+  if (ManagesSources(service->GetIdentifier(), *operation)) {
+    const std::string* path = SpecFilePath(*inputs);
+    const char* refusal = nullptr;
+    if (!access.manage) {
+      refusal = "source management is disabled";
+    } else if (access.root && *operation == "create" && path) {
+      if (const auto real = FileUnder(*access.root, *path)) {
+        confined = WithFilePath(*inputs, *real);
+        inputs = &*confined;
+      } else {
+        refusal = "source file is not a regular file under the source root";
+      }
+    }
+    if (refusal) {
+      if (notification) return false;
+      WriteFailure(out, id, kRefused, refusal);
+      return true;
+    }
+  }
   Host::Reply reply;
-  reply.error = CheckSourceFile(service->GetIdentifier(), *operation, inputs);
-  if (!reply.error) reply = host.Call(*method, *operation, inputs);
+  reply.error = CheckSourceFile(service->GetIdentifier(), *operation, *inputs);
+  if (!reply.error) reply = host.Call(*method, *operation, *inputs);
   if (notification) return false;
   if (reply.error) {
     WriteFailure(out, id, kOperationFailed, ErrorMessage(*reply.error), reply.error.get());
@@ -426,7 +491,7 @@ std::string JsonRpc::Answer(std::string_view request) const {
 
   JsonWriter out;
   if (read.root->GetType() != ValueType::kList) {
-    Handle(host_, read, *read.root, true, out);
+    Handle(host_, access_, read, *read.root, true, out);
     return out.Text();
   }
   const auto& batch = static_cast<const Ostra::Data::ListValue&>(*read.root).GetElements();
@@ -434,7 +499,7 @@ std::string JsonRpc::Answer(std::string_view request) const {
   bool replied = false;
   out.StartArray();
   for (const auto& element : batch) {
-    replied |= Handle(host_, read, *element, out.Size() <= kMaxBatchReplyBytes, out);
+    replied |= Handle(host_, access_, read, *element, out.Size() <= kMaxBatchReplyBytes, out);
   }
   out.EndArray();
   return replied ? out.Text() : std::string();

@@ -2,13 +2,15 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
-#include <sstream>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "commands.h"
+#include "http_server.h"
 #include "json_writer.h"
 #include "report.h"
 
@@ -19,6 +21,8 @@ using namespace OstraTool;
 constexpr const char* kHelp = R"(usage: ostra-metadata [SOURCES] [summary]
        ostra-metadata [SOURCES] call SERVICE OPERATION [INPUT]
        ostra-metadata [SOURCES] serve --stdio
+       ostra-metadata [SOURCES] serve --http [ADDR:]PORT [--threads N] [--watch]
+                      [--allow-source-management --source-root DIR]
        ostra-metadata check FILE...
        ostra-metadata diff [--format text|json] [--fail-on breaking|dangerous|none] OLD NEW
 
@@ -42,8 +46,9 @@ Commands:
                authentication.source, ...). INPUT is a JSON object of the named inputs, for
                example '{"identity":{"path":"fleet","name":"vehicles"}}'. The result is printed
                as JSON on stdout; an error as {"kind": ..., "messages": [...]} on stderr.
-  check        loads each FILE into a fresh store of its domain and prints every message; a JSON
-               syntax error is shown with its line and column. Given files of several domains, it
+  check        parses each FILE once, loads it as a source of its own into the store of its
+               domain and prints every message; a JSON syntax error is shown with its line and
+               column. Given files of several domains, it
                also reports Cli commands and Authentication entries naming services or operations
                that no Metamodel file defines.
   diff         compares two models, OLD and NEW, each a metadata document or a directory
@@ -62,6 +67,29 @@ Commands:
                message and the error as data. Limits (-32600): 16 MiB per line, nesting of 1000,
                262144 values, strings of 1 MiB; a batch whose replies pass 16 MiB runs no more of
                its requests (-32001). A source created through serve must be a regular file.
+  serve --http [ADDR:]PORT
+               HTTP/1.1 on ADDR (default 127.0.0.1; [::1] for IPv6) and PORT (0: any free
+               one); the first line on stdout is "listening on http://ADDR:PORT".
+                 POST /rpc         one request or a batch as above, as application/json (else
+                                   415); 200 with the reply (a JSON-RPC error too), 204 for
+                                   notifications only, 413 for a body over 16 MiB.
+                 GET /v1/metadata  the whole model in one document: {"fingerprint", "sources",
+                                   "metamodel": {"components", "resources"}, "authentication":
+                                   {"components"}, "cli": {"namespaces", "commands"}}, each part
+                                   what the services answer; built once per change, ETag the
+                                   quoted CRC32 of the body; If-None-Match with it (or *): 304.
+                 GET /             the explorer: a page that shows that document in a browser
+                                   (tree, authentication, Cli, sources, a filter, permalinks),
+                                   built into the tool, and polls it every 5 s.
+               create, delete and reload of the source services answer -32001 "source
+               management is disabled" unless --allow-source-management is given with
+               --source-root DIR; then a created source must be a regular file whose real path
+               lies under DIR (relative paths are taken from DIR). --threads N (1-256, default
+               8) requests are served at once; idle connections close after 5 s, headers must
+               arrive within 5 s and 64 KiB, a whole exchange within 30 s. --watch reloads a
+               source when its file changes (written, or renamed over) and reports on stderr a
+               reload that kept the old data. SIGINT or SIGTERM: stop accepting, answer the
+               requests received, exit 0.
 
 Exit status: 0 success, 1 usage, 2 the operation failed (check: the domains disagree; diff:
 a change at or above --fail-on), 3 a source failed to load.
@@ -72,26 +100,32 @@ int UsageError(const std::string& problem) {
   return kUsage;
 }
 
+// A source to load: its document, when it was already parsed (a file of --dir), is loaded as it
+// is, with the file as its path.
 struct Source {
   Domain domain;
   std::string id;
   std::string path;
+  std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> parsed;
 };
 
 // "[ID=]FILE": an "=" before any "/" separates the id.
 Source ParseSource(Domain domain, const std::string& text) {
   const auto equals = text.find('=');
   if (equals != std::string::npos && text.find('/') > equals) {
-    return {domain, text.substr(0, equals), text.substr(equals + 1)};
+    return {domain, text.substr(0, equals), text.substr(equals + 1), nullptr};
   }
-  return {domain, std::filesystem::path(text).stem().string(), text};
+  return {domain, std::filesystem::path(text).stem().string(), text, nullptr};
 }
 
-// The domain of a document's text, told by its root member; none for any other text.
-boost::optional<Domain> DomainOfText(const std::string& text) {
-  std::istringstream in(text);
-  std::list<Ostra::BaseMessage> none;
-  return DomainOf(*Ostra::Provider::Metadata::ParseStream(in, none)->document);
+// A file parsed once, as a source whose domain its root member tells; none for a file that is not
+// a metadata document. `parsed` is null when the file cannot be read.
+boost::optional<Source> SniffSource(
+    const std::filesystem::path& file,
+    std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> parsed) {
+  const auto domain = parsed ? DomainOf(*parsed->document) : boost::none;
+  if (!domain) return boost::none;
+  return Source{*domain, file.stem().string(), file.string(), std::move(parsed)};
 }
 
 // The *.json files of a directory, by name, whose root member tells a domain.
@@ -109,12 +143,12 @@ bool ScanDirectory(const std::string& dir, std::vector<Source>& sources) {
   }
   std::sort(files.begin(), files.end());
   for (const auto& file : files) {
-    const auto domain = DomainOfText(ReadFile(file.string()).value_or(std::string()));
-    if (!domain) {
+    auto source = SniffSource(file, ParseFile(file.string()));
+    if (!source) {
       std::cerr << "ostra-metadata: " << file.string() << ": not a metadata document, skipped\n";
       continue;
     }
-    sources.push_back({*domain, file.stem().string(), file.string()});
+    sources.push_back(std::move(*source));
   }
   return true;
 }
@@ -123,7 +157,10 @@ bool ScanDirectory(const std::string& dir, std::vector<Source>& sources) {
 int LoadSources(Host& host, const std::vector<Source>& sources) {
   int status = kOk;
   for (const auto& source : sources) {
-    if (const auto error = host.Load(source.domain, source.id, source.path)) {
+    const auto error = source.parsed
+                           ? host.Load(source.domain, source.id, source.path, *source.parsed)
+                           : host.Load(source.domain, source.id, source.path);
+    if (error) {
       PrintMessages(std::cerr, source.path + ": ", Ostra::Data::ErrorFactory::GetMessages(*error));
       status = kLoadFailed;
     }
@@ -137,20 +174,47 @@ int LoadDiffSide(const std::string& path, Host& host) {
   if (std::filesystem::is_directory(path)) {
     if (!ScanDirectory(path, sources)) return kLoadFailed;
   } else {
-    const auto text = ReadFile(path);
-    const auto domain = text ? DomainOfText(*text) : boost::none;
-    if (!domain) {
+    auto parsed = ParseFile(path);
+    const bool read = parsed != nullptr;
+    auto source = SniffSource(path, std::move(parsed));
+    if (!source) {
       std::cerr << "ostra-metadata: " << path
-                << (text ? ": not a metadata document\n" : ": cannot be read\n");
+                << (read ? ": not a metadata document\n" : ": cannot be read\n");
       return kLoadFailed;
     }
-    sources.push_back({*domain, std::filesystem::path(path).stem().string(), path});
+    sources.push_back(std::move(*source));
   }
   return LoadSources(host, sources);
 }
 
-int Call(const Host& host, const std::vector<std::string>& args) {
-  if (args.size() < 2 || args.size() > 3) return UsageError("call needs SERVICE OPERATION [INPUT]");
+// The options of the command line. SOURCES are collected as they come; the others by name.
+struct Options {
+  std::vector<Source> sources;
+  std::map<std::string, std::string> given;  // option name without "--" -> its value ("" if none)
+
+  boost::optional<std::string> Value(const std::string& name) const {
+    const auto it = given.find(name);
+    return it == given.end() ? boost::none : boost::make_optional(it->second);
+  }
+};
+
+// What a command is given: its arguments, the options, and a host with the sources loaded (an
+// empty one for the commands that take no sources).
+struct Invocation {
+  const std::vector<std::string>& args;
+  const Options& options;
+  Host& host;
+};
+
+int Summary(const Invocation& run) {
+  if (run.options.sources.empty()) return UsageError("no sources given");
+  PrintSummary(run.host, std::cout);
+  return kOk;
+}
+
+int Call(const Invocation& run) {
+  const auto& args = run.args;
+  const Host& host = run.host;
   if (!host.Find(args[0])) {
     std::cerr << "ostra-metadata: no service " << args[0] << "; the services are:\n";
     for (const auto& id : host.Services())
@@ -178,6 +242,87 @@ int Call(const Host& host, const std::vector<std::string>& args) {
   return kOk;
 }
 
+int ServeCommand(const Invocation& run) {
+  const Options& given = run.options;
+  const auto http = given.Value("http");
+  if (given.Value("stdio").has_value() == http.has_value()) {
+    return UsageError("serve needs --stdio or --http [ADDR:]PORT");
+  }
+  const char* const httpOnly[] = {"threads", "watch", "allow-source-management", "source-root"};
+  if (!http) {
+    for (const char* name : httpOnly) {
+      if (given.Value(name)) return UsageError(std::string("--") + name + " belongs to --http");
+    }
+    return Serve(run.host, std::cin, std::cout);
+  }
+  HttpOptions options;
+  if (!ParseListenAddress(*http, options)) return UsageError("--http takes [ADDR:]PORT");
+  if (const auto threads = given.Value("threads")) {
+    const bool digits = !threads->empty() && threads->size() <= 3 &&
+                        threads->find_first_not_of("0123456789") == std::string::npos;
+    options.threads = digits ? std::stoul(*threads) : 0;
+    if (options.threads < 1 || options.threads > 256) {
+      return UsageError("--threads takes a number from 1 to 256");
+    }
+  }
+  options.watch = given.Value("watch").has_value();
+  const auto root = given.Value("source-root");
+  if (given.Value("allow-source-management").has_value() != root.has_value()) {
+    return UsageError("--allow-source-management needs --source-root DIR, and the other way round");
+  }
+  if (root) {
+    std::error_code error;
+    const auto real = std::filesystem::canonical(*root, error);
+    if (error || !std::filesystem::is_directory(real, error)) {
+      return UsageError("--source-root " + *root + " is not a directory");
+    }
+    options.access = {true, real};
+  }
+  return ServeHttp(run.host, options, std::cout, std::cerr);
+}
+
+int CheckCommand(const Invocation& run) {
+  return Check(run.args, std::cout);
+}
+
+int DiffCommand(const Invocation& run) {
+  DiffOptions diff;
+  if (!ParseDiffOptions(run.options.Value("format").value_or("text"),
+                        run.options.Value("fail-on").value_or("breaking"), diff)) {
+    return UsageError("--format is text or json; --fail-on is breaking, dangerous or none");
+  }
+  Host before, after;
+  const int old_status = LoadDiffSide(run.args[0], before);
+  const int new_status = LoadDiffSide(run.args[1], after);
+  if (old_status != kOk || new_status != kOk) return kLoadFailed;
+  return Diff(before, after, diff, std::cout);
+}
+
+// The commands, with what each takes. A command that loads sources runs only when every source
+// loaded; the others take their documents as arguments and refuse SOURCES.
+struct Command {
+  const char* name;
+  bool sources;
+  std::size_t min_args, max_args;
+  const char* args_usage;            // said when the arguments do not fit
+  std::vector<const char*> options;  // the command options it accepts
+  int (*run)(const Invocation&);
+};
+
+const Command kCommands[] = {
+    {"summary", true, 0, 0, "summary takes no arguments", {}, Summary},
+    {"call", true, 2, 3, "call needs SERVICE OPERATION [INPUT]", {}, Call},
+    {"serve",
+     true,
+     0,
+     0,
+     "serve takes no arguments",
+     {"stdio", "http", "threads", "watch", "allow-source-management", "source-root"},
+     ServeCommand},
+    {"check", false, 1, SIZE_MAX, "check needs at least one FILE", {}, CheckCommand},
+    {"diff", false, 2, 2, "diff needs OLD and NEW", {"format", "fail-on"}, DiffCommand},
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -185,37 +330,35 @@ int main(int argc, char** argv) {
                             {"authentication", required_argument, nullptr, 'a'},
                             {"cli", required_argument, nullptr, 'c'},
                             {"dir", required_argument, nullptr, 'd'},
-                            {"stdio", no_argument, nullptr, 's'},
-                            {"format", required_argument, nullptr, 'f'},
-                            {"fail-on", required_argument, nullptr, 'F'},
+                            {"stdio", no_argument, nullptr, 0},
+                            {"http", required_argument, nullptr, 0},
+                            {"threads", required_argument, nullptr, 0},
+                            {"watch", no_argument, nullptr, 0},
+                            {"allow-source-management", no_argument, nullptr, 0},
+                            {"source-root", required_argument, nullptr, 0},
+                            {"format", required_argument, nullptr, 0},
+                            {"fail-on", required_argument, nullptr, 0},
                             {"help", no_argument, nullptr, 'h'},
                             {nullptr, 0, nullptr, 0}};
-  std::vector<Source> sources;
-  bool stdio = false;
-  boost::optional<std::string> format, fail_on;
+  Options given;
   opterr = 0;  // problems are reported below, in the tool's words
-  for (int c; (c = getopt_long(argc, argv, ":m:a:c:d:h", options, nullptr)) != -1;) {
+  int index = 0;
+  for (int c; (c = getopt_long(argc, argv, ":m:a:c:d:h", options, &index)) != -1;) {
     switch (c) {
+      case 0:  // a command option, kept by name
+        given.given[options[index].name] = optarg != nullptr ? optarg : "";
+        break;
       case 'm':
-        sources.push_back(ParseSource(Domain::kMetamodel, optarg));
+        given.sources.push_back(ParseSource(Domain::kMetamodel, optarg));
         break;
       case 'a':
-        sources.push_back(ParseSource(Domain::kAuthentication, optarg));
+        given.sources.push_back(ParseSource(Domain::kAuthentication, optarg));
         break;
       case 'c':
-        sources.push_back(ParseSource(Domain::kCli, optarg));
+        given.sources.push_back(ParseSource(Domain::kCli, optarg));
         break;
       case 'd':
-        if (!ScanDirectory(optarg, sources)) return kUsage;
-        break;
-      case 's':
-        stdio = true;
-        break;
-      case 'f':
-        format = optarg;
-        break;
-      case 'F':
-        fail_on = optarg;
+        if (!ScanDirectory(optarg, given.sources)) return kUsage;
         break;
       case 'h':
         std::cout << kHelp;
@@ -227,43 +370,25 @@ int main(int argc, char** argv) {
     }
   }
   std::vector<std::string> args(argv + optind, argv + argc);
-  const std::string command = args.empty() ? "summary" : args.front();
+  const std::string name = args.empty() ? "summary" : args.front();
   if (!args.empty()) args.erase(args.begin());
-  if ((format || fail_on) && command != "diff") {
-    return UsageError("--format and --fail-on belong to diff");
-  }
 
-  if (command == "check") {
-    if (args.empty()) return UsageError("check needs at least one FILE");
-    if (!sources.empty()) return UsageError("check takes its files as arguments, not as sources");
-    return Check(args, std::cout);
-  }
-  if (command == "diff") {
-    if (args.size() != 2) return UsageError("diff needs OLD and NEW");
-    if (!sources.empty()) return UsageError("diff takes OLD and NEW as arguments, not as sources");
-    DiffOptions diff;
-    if (!ParseDiffOptions(format.value_or("text"), fail_on.value_or("breaking"), diff)) {
-      return UsageError("--format is text or json; --fail-on is breaking, dangerous or none");
+  const auto command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                    [&name](const Command& c) { return name == c.name; });
+  if (command == std::end(kCommands)) return UsageError("unknown command " + name);
+  for (const auto& option : given.given) {
+    if (std::find(command->options.begin(), command->options.end(), option.first) ==
+        command->options.end()) {
+      return UsageError("--" + option.first + " is not an option of " + name);
     }
-    Host before, after;
-    const int old_status = LoadDiffSide(args[0], before);
-    const int new_status = LoadDiffSide(args[1], after);
-    if (old_status != kOk || new_status != kOk) return kLoadFailed;
-    return Diff(before, after, diff, std::cout);
   }
-  if (command != "summary" && command != "call" && command != "serve") {
-    return UsageError("unknown command " + command);
+  if (args.size() < command->min_args || args.size() > command->max_args) {
+    return UsageError(command->args_usage);
   }
-  if (stdio != (command == "serve")) return UsageError("serve needs --stdio, and only serve");
-  if (command == "summary" && !args.empty()) return UsageError("summary takes no arguments");
-  if (command == "serve" && !args.empty()) return UsageError("serve takes no arguments");
-
+  if (!command->sources && !given.sources.empty()) {
+    return UsageError(name + " takes its documents as arguments, not as sources");
+  }
   Host host;
-  if (const int status = LoadSources(host, sources)) return status;
-
-  if (command == "call") return Call(host, args);
-  if (command == "serve") return Serve(host, std::cin, std::cout);
-  if (sources.empty()) return UsageError("no sources given");
-  PrintSummary(host, std::cout);
-  return kOk;
+  if (const int status = LoadSources(host, given.sources)) return status;
+  return command->run({args, given, host});
 }

@@ -79,4 +79,10 @@ boost::optional<std::string> ReadFile(const std::string& path) {
   return text.str();
 }
 
+std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> ParseFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return nullptr;
+  return Ostra::Provider::Metadata::ParseSource(file);
+}
+
 }  // namespace OstraTool

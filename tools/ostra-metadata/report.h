@@ -33,4 +33,8 @@ TextPosition Locate(const std::string& text, std::size_t offset);
 // The whole content of a file, or none when it cannot be read.
 boost::optional<std::string> ReadFile(const std::string& path);
 
+// A file parsed as a source is (read once, parsed and fingerprinted from the same bytes; see
+// Ostra::Provider::Metadata::ParseSource); null when it cannot be opened.
+std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> ParseFile(const std::string& path);
+
 }  // namespace OstraTool

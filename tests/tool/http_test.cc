@@ -1,0 +1,350 @@
+// `ostra-metadata serve --http` on a free loopback port, driven with curl as a client would.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <rapidjson/document.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "test_store.h"
+#include "tool/tool_helpers.h"
+
+namespace {
+
+using OstraTest::Quote;
+using OstraTest::Slurp;
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct Reply {
+  int status = 0;
+  std::string headers;
+  std::string body;
+  std::string Header(const std::string& name) const {
+    const auto at = headers.find("\n" + name + ": ");
+    if (at == std::string::npos) return "<none>";
+    const auto start = at + name.size() + 3;
+    return headers.substr(start, headers.find('\r', start) - start);
+  }
+};
+
+// One server process; its stderr goes to a file.
+class Server {
+ public:
+  Server(const std::vector<std::string>& args, const std::string& log) : log_(log) {
+    int out[2];
+    if (pipe(out) != 0) return;
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(out[1], 1);
+      close(out[0]);
+      close(out[1]);
+      if (!freopen(log.c_str(), "w", stderr)) _exit(126);
+      std::vector<char*> argv{const_cast<char*>(OSTRA_TOOL)};
+      for (const auto& arg : args)
+        argv.push_back(const_cast<char*>(arg.c_str()));
+      argv.push_back(nullptr);
+      execv(OSTRA_TOOL, argv.data());
+      _exit(127);
+    }
+    close(out[1]);
+    out_ = out[0];
+    // The first line: "listening on http://127.0.0.1:PORT".
+    std::string line;
+    pollfd ready{out_, POLLIN, 0};
+    char c;
+    while (poll(&ready, 1, 10000) > 0 && read(out_, &c, 1) == 1 && c != '\n')
+      line += c;
+    const std::string prefix = "listening on http://127.0.0.1:";
+    if (line.rfind(prefix, 0) == 0) url_ = "http://127.0.0.1:" + line.substr(prefix.size());
+  }
+  ~Server() {
+    if (pid_ > 0) Stop();
+    if (out_ >= 0) close(out_);
+  }
+  const std::string& Url() const { return url_; }
+  std::string Log() const { return Slurp(log_); }
+
+  // Sends SIGTERM; the exit status, -1 unless the process exited.
+  int Stop() {
+    kill(pid_, SIGTERM);
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // curl with `args` against `path`; the status line's code, headers and body.
+  Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
+    const std::string headers = log_ + ".headers", body = log_ + ".body";
+    std::remove(headers.c_str());
+    std::remove(body.c_str());
+    std::string command =
+        "curl -s --max-time 20 -H 'Expect:' -D " + Quote(headers) + " -o " + Quote(body);
+    for (const auto& arg : args)
+      command += " " + Quote(arg);
+    command += " " + Quote(url_ + path);
+    std::system(command.c_str());
+    Reply reply;
+    reply.headers = Slurp(headers);
+    reply.body = Slurp(body);
+    std::sscanf(reply.headers.c_str(), "HTTP/1.1 %d", &reply.status);
+    return reply;
+  }
+  Reply Rpc(const std::string& request) const {
+    return Curl("/rpc", {"--data-binary", request, "-H", "Content-Type: application/json"});
+  }
+
+ private:
+  pid_t pid_ = -1;
+  int out_ = -1;
+  std::string url_;
+  std::string log_;
+};
+
+std::string Call(const std::string& method, const std::string& operation,
+                 const std::string& input = "{}") {
+  return R"({"jsonrpc":"2.0","id":7,"method":")" + method + R"(","params":{"operation":")" +
+         operation + R"(","input":)" + input + "}}";
+}
+std::string Create(const std::string& domain, const std::string& path) {
+  return Call(domain + ".source", "create",
+              R"({"source_id":"new","spec":{"description":"d","type":"FILE","filepath":")" + path +
+                  R"("}})");
+}
+std::string Refused(const std::string& message) {
+  return R"({"jsonrpc":"2.0","id":7,"error":{"code":-32001,"message":")" + message + R"("}})";
+}
+
+class Http : public OstraTest::TempFilesTest {
+ protected:
+  std::string Log() { return Write("log", ""); }
+  const std::string examples_ = OSTRA_EXAMPLES_DIR;
+};
+
+TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
+  Server server({"--dir", examples_, "serve", "--http", "0"}, Log());
+  ASSERT_FALSE(server.Url().empty()) << server.Log();
+
+  // The same core as serve --stdio: the same reply, byte for byte.
+  const std::string get =
+      Call("metamodel.component", "get", R"({"component_id":"com.larkspur.fleet"})");
+  const Reply rpc = server.Rpc(get);
+  EXPECT_EQ(rpc.status, 200);
+  EXPECT_EQ(rpc.Header("Content-Type"), "application/json");
+  const std::string stdio = Write("stdio", get + "\n"), replies = Write("replies", "");
+  std::system((Quote(OSTRA_TOOL) + " --dir " + Quote(examples_) + " serve --stdio <" +
+               Quote(stdio) + " >" + Quote(replies))
+                  .c_str());
+  EXPECT_EQ(rpc.body + "\n", Slurp(replies));
+
+  EXPECT_EQ(
+      server.Rpc(Call("nope", "list")).body,
+      R"({"jsonrpc":"2.0","id":7,"error":{"code":-32601,"message":"Method not found: nope"}})");
+  const Reply notifications =
+      server.Rpc(R"([{"jsonrpc":"2.0","method":"cli.source","params":{"operation":"list"}},)"
+                 R"({"jsonrpc":"2.0","method":"nope"}])");
+  EXPECT_EQ(notifications.status, 204);
+  EXPECT_EQ(notifications.body, "");
+  const std::string big = "@" + Write("big", std::string(17 << 20, ' '));
+  EXPECT_EQ(server.Curl("/rpc", {"--data-binary", big}).status, 415);  // not declared JSON
+  EXPECT_EQ(server.Curl("/rpc", {"--data-binary", get}).status, 415);
+  const Reply tooLong =
+      server.Curl("/rpc", {"--data-binary", big, "-H", "Content-Type: application/json"});
+  EXPECT_EQ(tooLong.status, 413);
+  EXPECT_EQ(tooLong.body, R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,"message":)"
+                          R"("Invalid Request: longer than 16 MiB"}})");
+  EXPECT_EQ(server.Curl("/nope").status, 404);
+  EXPECT_EQ(server.Curl("/rpc").status, 405);
+
+  // The whole model: what the services answer, tagged with the CRC32 of the body.
+  const Reply model = server.Curl("/v1/metadata");
+  ASSERT_EQ(model.status, 200);
+  const std::string etag = "\"" + OstraTest::Crc(model.body) + "\"";
+  EXPECT_EQ(model.Header("ETag"), etag);
+  rapidjson::Document document, component;
+  document.Parse(model.body.c_str());
+  component.Parse(rpc.body.c_str());
+  ASSERT_TRUE(document.IsObject() && component.IsObject());
+  EXPECT_EQ(document["metamodel"]["components"][0], component["result"]);
+  EXPECT_EQ(document["sources"]["cli"][0]["info"]["filepath"].GetString(), examples_ + "/cli.json");
+  EXPECT_EQ(document["cli"]["namespaces"].Size(), 6u);  // the root and five below it
+  EXPECT_EQ(document["cli"]["commands"].Size(), 12u);
+  EXPECT_EQ(document["metamodel"]["resources"]["com.larkspur.fleet.Vehicle"][0],
+            "com.larkspur.fleet.vehicles.VehicleSpec");
+
+  const struct {
+    std::string ifNoneMatch;
+    int status;
+  } conditions[] = {{etag, 304}, {"W/" + etag, 304}, {"\"x\" , W/\"y\", " + etag, 304},
+                    {"*", 304},  {"\"other\"", 200}, {etag.substr(0, etag.size() - 1), 200}};
+  for (const auto& condition : conditions) {
+    SCOPED_TRACE(condition.ifNoneMatch);
+    const Reply reply =
+        server.Curl("/v1/metadata", {"-H", "If-None-Match: " + condition.ifNoneMatch});
+    EXPECT_EQ(reply.status, condition.status);
+    EXPECT_EQ(reply.Header("ETag"), etag);
+    EXPECT_TRUE(reply.body == (condition.status == 304 ? "" : model.body));
+  }
+  EXPECT_EQ(server.Stop(), 0);
+}
+
+TEST_F(Http, SourceManagementIsRefusedUnlessAllowedAndStaysUnderTheRoot) {
+  const std::string cli = examples_ + "/cli.json";
+  {
+    Server server({"--cli", cli, "serve", "--http", "127.0.0.1:0"}, Log());
+    for (const auto& request :
+         {Create("cli", cli), Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
+          Call("authentication.source", "reload")}) {
+      EXPECT_EQ(server.Rpc(request).body, Refused("source management is disabled")) << request;
+    }
+    EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
+              R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
+  }
+
+  const fs::path root = fs::path(testing::TempDir()) / "Http.root";
+  fs::remove_all(root);
+  fs::create_directories(root / "sub");
+  fs::copy_file(cli, root / "cli.json");
+  fs::create_symlink(cli, root / "link.json");  // a link out of the root
+  Server server(
+      {"serve", "--http", "0", "--allow-source-management", "--source-root", root.string()}, Log());
+  const std::string created = R"({"jsonrpc":"2.0","id":7,"result":null})";
+  const std::string outside = Refused("source file is not a regular file under the source root");
+  const struct {
+    std::string path;
+    std::string reply;
+  } cases[] = {{"cli.json", created},
+               {"sub/../cli.json", created},
+               {(root / "cli.json").string(), created},
+               {"../Http.root/../" + fs::path(cli).filename().string(), outside},
+               {cli, outside},
+               {"link.json", outside},
+               {"sub", outside},
+               {"missing.json", outside},
+               {"", outside}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    EXPECT_EQ(server.Rpc(Create("cli", c.path)).body, c.reply);
+    server.Rpc(Call("cli.source", "delete", R"({"source_id":"new"})"));
+  }
+  // The store is given the real path.
+  server.Rpc(Create("cli", "sub/../cli.json"));
+  EXPECT_NE(server.Rpc(Call("cli.source", "get", R"({"source_id":"new"})"))
+                .body.find(R"("filepath":")" + (root / "cli.json").string() + "\""),
+            std::string::npos);
+  fs::remove_all(root);
+}
+
+TEST_F(Http, WatchedFileChangesShowInTheETag) {
+  const std::string text = OstraTest::ExampleText("cli.json");
+  const std::string file = Write("cli", text);
+  Server server({"--cli", "fleet=" + file, "serve", "--http", "0", "--watch"}, Log());
+  const auto etag = [&server] { return server.Curl("/v1/metadata").Header("ETag"); };
+  // Waits up to two seconds for the ETag to differ from `old`.
+  const auto changed = [&](const std::string& old) {
+    const auto until = Clock::now() + std::chrono::seconds(2);
+    while (etag() == old && Clock::now() < until)
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return etag() != old;
+  };
+  const std::string first = etag();
+  std::string renamed = text;
+  renamed.replace(renamed.find("\"fleet\""), 7, "\"flotte\"");
+  std::ofstream(file + ".new") << renamed;
+  fs::rename(file + ".new", file);  // a rename over the file
+  ASSERT_TRUE(changed(first));
+  const std::string second = etag();
+  std::ofstream(file, std::ios::trunc) << text;  // a write into it
+  ASSERT_TRUE(changed(second));
+  EXPECT_EQ(etag(), first);
+
+  std::ofstream(file, std::ios::trunc) << R"({"cli": [)";
+  const auto until = Clock::now() + std::chrono::seconds(2);
+  while (server.Log().empty() && Clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(server.Log(), "ostra-metadata: cli source fleet kept its old data; " + file +
+                              " does not load:\n  ostra.metadata.cli.parse.error: Cli source file "
+                              "parse error : 3 at 9 [3, 9]\n");
+  EXPECT_EQ(etag(), first);
+  EXPECT_EQ(server.Stop(), 0);
+}
+
+TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
+  Server server({"--dir", examples_, "serve", "--http", "0", "--threads", "2"}, Log());
+  const std::string port = server.Url().substr(server.Url().rfind(':') + 1);
+  const auto open = [&port] {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
+    close(fd);
+    return -1;
+  };
+  // All that a connection gets until the server closes it, and when it closed.
+  const auto drain = [](int fd, std::string& got) {
+    char block[4096];
+    for (ssize_t n; (n = read(fd, block, sizeof block)) > 0;)
+      got.append(block, static_cast<std::size_t>(n));
+    close(fd);
+    return Clock::now();
+  };
+
+  // Headers beyond 64 KiB.
+  int fd = open();
+  const std::string huge =
+      "GET /v1/metadata HTTP/1.1\r\nHost: x\r\n" + std::string(70000, 'a') + ": b\r\n\r\n";
+  send(fd, huge.data(), huge.size(), MSG_NOSIGNAL);
+  std::string got;
+  drain(fd, got);
+  EXPECT_EQ(got.rfind("HTTP/1.1 400 Bad Request\r\n", 0), 0u) << got.substr(0, 100);
+
+  // Headers that trickle in are cut off five seconds after they began (the 400 sent then is lost
+  // when the client goes on sending).
+  fd = open();
+  const auto start = Clock::now();
+  std::thread trickle([fd] {
+    const std::string line = "GET /v1/metadata HTTP/1.1\r\nX: ";
+    for (int i = 0; i < 40; ++i) {
+      const char* byte = i < static_cast<int>(line.size()) ? &line[i] : "y";
+      if (send(fd, byte, 1, MSG_NOSIGNAL) != 1) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    }
+  });
+  got.clear();
+  const auto cut = drain(fd, got);
+  trickle.join();
+  EXPECT_GT(cut - start, std::chrono::milliseconds(4500));
+  EXPECT_LT(cut - start, std::chrono::seconds(7));
+
+  // A request in flight when SIGTERM comes is answered; the server then exits 0.
+  const std::string body = Call("cli.source", "list") + std::string(300000, ' ');
+  const std::string request = Write("slow", body), reply = Write("reply", "");
+  std::thread slow([&] {
+    std::system(("curl -s -H 'Expect:' -H 'Content-Type: application/json' --limit-rate 200k "
+                 "--data-binary @" +
+                 Quote(request) + " -o " + Quote(reply) + " " + Quote(server.Url() + "/rpc"))
+                    .c_str());
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  EXPECT_EQ(server.Stop(), 0);
+  slow.join();
+  EXPECT_EQ(Slurp(reply), R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
+  EXPECT_EQ(open(), -1);  // no longer listening
+}
+
+}  // namespace

@@ -1,0 +1,601 @@
+#include "http_server.h"
+
+#include <httplib.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cctype>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "commands.h"
+#include "explorer.h"
+#include "model_document.h"
+#include "source_watcher.h"
+
+namespace OstraTool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// Limits of every connection. A client that cannot meet them is dropped; a client on a working
+// network stays far within them.
+constexpr auto kIdleTime = seconds(5);    // waiting for a request, the first one included
+constexpr auto kHeaderTime = seconds(5);  // from a request's first byte to the end of its headers
+constexpr auto kExchangeTime = seconds(30);  // from a request's first byte to its reply written
+constexpr auto kStallTime = seconds(5);      // one read or write without progress
+constexpr std::size_t kMaxHeaderBytes = 64 * 1024;  // request line and headers
+constexpr std::size_t kRequestsPerConnection = 1000;
+// Connections accepted but waiting for a thread: beyond this many, or after waiting this long, a
+// connection gets 503 and is closed.
+constexpr std::size_t kMaxWaiting = 512;
+constexpr auto kMaxWait = seconds(5);
+constexpr int kListenBacklog = 512;
+constexpr auto kPollTick = milliseconds(100);  // how often waits look at the stop flag
+constexpr auto kWatchInterval = milliseconds(250);
+
+// Set on the thread that runs a connection, before it runs it: turn the connection away.
+thread_local bool t_turnAway = false;
+// Set while a request is answered: close the connection after the answer (the request was not
+// read whole, so what follows it cannot be trusted to start a request).
+thread_local bool t_closeAfter = false;
+
+// The worker threads, with a bounded wait for them (see kMaxWaiting, kMaxWait).
+class BoundedPool : public httplib::TaskQueue {
+ public:
+  explicit BoundedPool(std::size_t threads) {
+    for (std::size_t i = 0; i < threads; ++i)
+      threads_.emplace_back([this] { Work(); });
+  }
+
+  void enqueue(std::function<void()> job) override {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      if (jobs_.size() < kMaxWaiting) {
+        jobs_.push_back({std::move(job), Clock::now()});
+        ready_.notify_one();
+        return;
+      }
+    }
+    t_turnAway = true;  // on the accepting thread, which only writes 503 and closes
+    job();
+    t_turnAway = false;
+  }
+
+  // Runs what is queued, then ends the threads.
+  void shutdown() override {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      stopping_ = true;
+    }
+    ready_.notify_all();
+    for (auto& thread : threads_)
+      thread.join();
+  }
+
+ private:
+  struct Job {
+    std::function<void()> run;
+    Clock::time_point queued;
+  };
+
+  void Work() {
+    for (;;) {
+      Job job;
+      {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ready_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+        if (jobs_.empty()) return;
+        job = std::move(jobs_.front());
+        jobs_.pop_front();
+      }
+      t_turnAway = Clock::now() - job.queued > kMaxWait;
+      job.run();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable ready_;
+  std::deque<Job> jobs_;   // guarded by mutex_
+  bool stopping_ = false;  // guarded by mutex_
+  std::vector<std::thread> threads_;
+};
+
+// A connection's socket as cpp-httplib reads and writes it, within the limits above. Reads are
+// buffered; the bytes of a request up to the blank line after its headers are counted.
+class ConnectionStream : public httplib::Stream {
+ public:
+  explicit ConnectionStream(int socket) : socket_(socket) {}
+
+  // Whether bytes of a request are waiting, or arrive before kIdleTime passes; false as well once
+  // `stopping` is set and none are there.
+  bool AwaitRequest(const std::atomic<bool>& stopping) {
+    if (begin_ < end_) return true;
+    const auto until = Clock::now() + kIdleTime;
+    for (;;) {
+      const auto now = Clock::now();
+      if (now >= until) return false;
+      const int ready = Poll(POLLIN, std::min(until, now + kPollTick));
+      if (ready != 0) return ready > 0;
+      if (stopping) return false;
+    }
+  }
+
+  // The deadlines of a new request count from now.
+  void BeginRequest() {
+    started_ = Clock::now();
+    headerBytes_ = 0;
+    lineBytes_ = 0;
+    inHeaders_ = true;
+  }
+
+  bool is_readable() const override { return begin_ < end_ || Poll(POLLIN, ReadDeadline()) > 0; }
+  bool is_writable() const override { return Poll(POLLOUT, WriteDeadline()) > 0; }
+
+  ssize_t read(char* data, size_t size) override {
+    if (begin_ == end_) {
+      if (Poll(POLLIN, ReadDeadline()) <= 0) return -1;
+      const ssize_t got = recv(socket_, buffer_, sizeof buffer_, 0);
+      if (got <= 0) return got;
+      begin_ = 0;
+      end_ = static_cast<std::size_t>(got);
+    }
+    std::size_t count = std::min(size, end_ - begin_);
+    if (inHeaders_) {
+      for (std::size_t i = 0; i < count && inHeaders_; ++i) {
+        if (++headerBytes_ > kMaxHeaderBytes) return -1;
+        const char c = buffer_[begin_ + i];
+        if (c == '\n') {
+          inHeaders_ = lineBytes_ != 0;  // a blank line ends the headers
+          lineBytes_ = 0;
+        } else if (c != '\r') {
+          ++lineBytes_;
+        }
+      }
+    }
+    std::memcpy(data, buffer_ + begin_, count);
+    begin_ += count;
+    return static_cast<ssize_t>(count);
+  }
+
+  ssize_t write(const char* data, size_t size) override {
+    if (Poll(POLLOUT, WriteDeadline()) <= 0) return -1;
+    return send(socket_, data, size, MSG_NOSIGNAL);
+  }
+
+  void get_remote_ip_and_port(std::string& ip, int& port) const override {
+    Address(getpeername, ip, port);
+  }
+  void get_local_ip_and_port(std::string& ip, int& port) const override {
+    Address(getsockname, ip, port);
+  }
+  socket_t socket() const override { return socket_; }
+
+ private:
+  Clock::time_point ReadDeadline() const {
+    return std::min(Clock::now() + kStallTime,
+                    started_ + (inHeaders_ ? kHeaderTime : kExchangeTime));
+  }
+  Clock::time_point WriteDeadline() const {
+    return std::min(Clock::now() + kStallTime, started_ + kExchangeTime);
+  }
+
+  // poll() for `events` until `until`: >0 ready, 0 timed out, <0 failed.
+  int Poll(short events, Clock::time_point until) const {
+    for (;;) {
+      const auto left = std::chrono::duration_cast<milliseconds>(until - Clock::now()).count();
+      pollfd entry{socket_, events, 0};
+      const int ready = poll(&entry, 1, static_cast<int>(std::max<long long>(left, 0)));
+      if (ready < 0 && errno == EINTR) continue;
+      if (ready > 0 && (entry.revents & (POLLERR | POLLNVAL)) != 0) return -1;
+      return ready;
+    }
+  }
+
+  template <class Name>
+  void Address(Name name, std::string& ip, int& port) const {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    char host[NI_MAXHOST] = "", service[NI_MAXSERV] = "";
+    if (name(socket_, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+        getnameinfo(reinterpret_cast<sockaddr*>(&address), length, host, sizeof host, service,
+                    sizeof service, NI_NUMERICHOST | NI_NUMERICSERV) == 0) {
+      ip = host;
+      port = std::atoi(service);
+    }
+  }
+
+  const int socket_;
+  char buffer_[16 * 1024];
+  std::size_t begin_ = 0, end_ = 0;  // the unread bytes of buffer_
+  Clock::time_point started_ = Clock::now();
+  std::size_t headerBytes_ = 0, lineBytes_ = 0;
+  bool inHeaders_ = true;
+};
+
+// cpp-httplib's server with each connection run on a ConnectionStream, and a stop that lets the
+// requests already received finish.
+class GuardedServer : public httplib::Server {
+ public:
+  GuardedServer() {
+    set_payload_max_length(JsonRpc::kMaxRequestBytes);
+    set_keep_alive_max_count(kRequestsPerConnection);
+  }
+
+  // Binds; the port bound, or -1.
+  int Bind(const std::string& address, int port) {
+    const int bound =
+        port == 0 ? bind_to_any_port(address) : (bind_to_port(address, port) ? port : -1);
+    if (bound >= 0) ::listen(svr_sock_, kListenBacklog);  // a deeper queue than cpp-httplib's
+    return bound;
+  }
+
+  // Stops accepting; connections end once their request in progress is answered.
+  void Stop() {
+    stopping_ = true;
+    stop();
+  }
+
+ private:
+  bool process_and_close_socket(socket_t socket) override {
+    bool ok = true;
+    if (t_turnAway) {
+      static constexpr char kBusy[] =
+          "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+      ok = send(socket, kBusy, sizeof kBusy - 1, MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
+    } else {
+      const int on = 1;
+      setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+      ConnectionStream stream(socket);
+      for (std::size_t served = 0; served < kRequestsPerConnection; ++served) {
+        if (!stream.AwaitRequest(stopping_)) break;
+        stream.BeginRequest();
+        const bool last = stopping_ || served + 1 == kRequestsPerConnection;
+        bool closed = false;
+        t_closeAfter = false;
+        ok = process_request(stream, last, closed, nullptr);
+        if (!ok || closed || last || t_closeAfter) break;
+      }
+    }
+    shutdown(socket, SHUT_RDWR);
+    close(socket);
+    return ok;
+  }
+
+  std::atomic<bool> stopping_{false};
+};
+
+// The model document of the host's current stores, with its ETag; rebuilt once per change.
+class ModelCache {
+ public:
+  struct Snapshot {
+    std::uint64_t changes;
+    std::string body;
+    std::string etag;
+  };
+
+  explicit ModelCache(const Host& host) : host_(host) {}
+
+  std::shared_ptr<const Snapshot> Current() {
+    if (auto snapshot = Fresh()) return snapshot;
+    std::lock_guard<std::mutex> building(build_);
+    if (auto snapshot = Fresh()) return snapshot;   // built while this thread waited
+    const std::uint64_t changes = host_.Changes();  // before reading: a later change rebuilds
+    auto snapshot = std::make_shared<Snapshot>();
+    snapshot->changes = changes;
+    snapshot->body = ModelDocument(host_);
+    Ostra::CRC32 crc;
+    crc.Update(snapshot->body);
+    snapshot->etag = "\"" + crc.Hexdigest() + "\"";
+    std::lock_guard<std::mutex> lock(mutex_);
+    snapshot_ = snapshot;
+    return snapshot;
+  }
+
+ private:
+  std::shared_ptr<const Snapshot> Fresh() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (snapshot_ && snapshot_->changes == host_.Changes()) return snapshot_;
+    return nullptr;
+  }
+
+  const Host& host_;
+  std::mutex build_;  // one build at a time
+  mutable std::mutex mutex_;
+  std::shared_ptr<const Snapshot> snapshot_;  // guarded by mutex_
+};
+
+// Whether an If-None-Match value (a list of entity tags, or *) names `etag`. Tags compare weakly:
+// W/"x" matches "x".
+bool NoneMatchNames(const std::string& value, const std::string& etag) {
+  std::size_t at = 0;
+  while (at < value.size()) {
+    at = value.find_first_not_of(" \t,", at);
+    if (at == std::string::npos) break;
+    if (value[at] == '*') return true;
+    if (value.compare(at, 2, "W/") == 0) at += 2;
+    if (at >= value.size() || value[at] != '"') return false;  // not a list of tags
+    const std::size_t close = value.find('"', at + 1);
+    if (close == std::string::npos) return false;
+    if (value.compare(at, close + 1 - at, etag) == 0) return true;
+    at = close + 1;
+  }
+  return false;
+}
+
+// Whether a request's body is declared JSON. JSON-RPC bodies must be: a web page can make a browser
+// send a form or plain text to any address without asking, but not JSON.
+bool IsJson(const httplib::Request& request) {
+  std::string type = request.get_header_value("Content-Type");
+  type = type.substr(0, type.find(';'));
+  type.erase(type.find_last_not_of(" \t") + 1);
+  std::transform(type.begin(), type.end(), type.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return type == "application/json";
+}
+
+// The reason phrase of the errors this server answers.
+const char* Reason(int status) {
+  switch (status) {
+    case 400:
+      return "Bad Request";
+    case 404:
+      return "Not Found";
+    case 405:
+      return "Method Not Allowed";
+    case 413:
+      return "Payload Too Large";
+    case 414:
+      return "URI Too Long";
+    case 415:
+      return "Unsupported Media Type";
+    case 416:
+      return "Range Not Satisfiable";
+    default:
+      return "Error";
+  }
+}
+
+// The routes: what each path answers to which method, and the headers of its answers. Every
+// response also gets kCommonHeaders, and errors a body from ErrorBody.
+class Routes {
+ public:
+  Routes(const Host& host, const SourceAccess& access) : rpc_(host, access), model_(host) {}
+
+  void Register(httplib::Server& server) {
+    using Handle = void (Routes::*)(const httplib::Request&, httplib::Response&);
+    struct Route {
+      const char* method;
+      const char* path;
+      Handle handle;
+      httplib::Headers headers;
+    };
+    // A new page or endpoint is one line here: its method, path, handler and the headers its
+    // answers carry (a Content-Security-Policy, for instance).
+    const Route routes[] = {
+        {"POST", "/rpc", &Routes::Rpc, {{"Cache-Control", "no-store"}}},
+        {"GET", "/v1/metadata", &Routes::Metadata, {{"Cache-Control", "no-cache"}}},
+        {"GET", "/", &Routes::Explorer, ExplorerHeaders()},
+        {"GET", "/explorer.js", &Routes::Explorer, ExplorerHeaders()},
+        {"GET", "/explorer.css", &Routes::Explorer, ExplorerHeaders()},
+        {"GET", "/favicon.svg", &Routes::Explorer, ExplorerHeaders()},
+    };
+    for (const Route& route : routes) {
+      const auto handler = [this, route](const httplib::Request& request,
+                                         httplib::Response& response) {
+        for (const auto& header : route.headers)
+          response.set_header(header.first, header.second);
+        (this->*route.handle)(request, response);
+      };
+      if (std::strcmp(route.method, "GET") == 0) {
+        server.Get(route.path, handler);
+      } else {
+        server.Post(route.path, handler);
+      }
+      allowed_[route.path] = route.method;
+    }
+    server.set_default_headers({{"X-Content-Type-Options", "nosniff"}});
+    server.set_error_handler([this](const httplib::Request& request, httplib::Response& response) {
+      ErrorBody(request, response);
+    });
+  }
+
+ private:
+  void Rpc(const httplib::Request& request, httplib::Response& response) {
+    if (!IsJson(request)) {
+      response.status = 415;
+      return;
+    }
+    const std::string reply = rpc_.Answer(request.body);
+    if (reply.empty()) {
+      response.status = 204;  // notifications only
+      return;
+    }
+    response.set_content(reply, "application/json");
+  }
+
+  void Metadata(const httplib::Request& request, httplib::Response& response) {
+    const auto snapshot = model_.Current();
+    response.set_header("ETag", snapshot->etag);
+    for (std::size_t i = 0; i < request.get_header_value_count("If-None-Match"); ++i) {
+      if (NoneMatchNames(request.get_header_value("If-None-Match", i), snapshot->etag)) {
+        response.status = 304;  // cpp-httplib adds "Content-Length: 0", which clients ignore
+        return;
+      }
+    }
+    SendUncompressed(response, snapshot->body, "application/json", snapshot);
+  }
+
+  // The explorer's page, script and style sheet, with an ETag of their own.
+  void Explorer(const httplib::Request& request, httplib::Response& response) {
+    const ExplorerFile* file = FindExplorerFile(request.path);
+    if (!file) {  // a path the route's pattern matched but that is not one of the files
+      response.status = 404;
+      return;
+    }
+    response.set_header("ETag", file->etag);
+    for (std::size_t i = 0; i < request.get_header_value_count("If-None-Match"); ++i) {
+      if (NoneMatchNames(request.get_header_value("If-None-Match", i), file->etag)) {
+        response.status = 304;
+        return;
+      }
+    }
+    SendUncompressed(response, file->body, file->type, nullptr);
+  }
+
+  // Answers `body`, which `owner` keeps alive, as it is. cpp-httplib compresses a body set with
+  // set_content anew for every request, with brotli whenever the client accepts it, as every
+  // browser does: 0.3 s for 40 KB, over a minute for a model of 20 MB, which a browser then never
+  // received. A body that a provider of known length gives is written as it is, without a copy.
+  static void SendUncompressed(httplib::Response& response, std::string_view body, const char* type,
+                               std::shared_ptr<const void> owner) {
+    response.set_content_provider(
+        body.size(), type,
+        [body, owner](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+          return sink.write(body.data() + offset, length);
+        });
+  }
+
+  static httplib::Headers ExplorerHeaders() {
+    return {{"Cache-Control", "no-cache"},
+            {"Content-Security-Policy", kExplorerPolicy},
+            {"Referrer-Policy", "no-referrer"}};
+  }
+
+  // The body of a response that cpp-httplib or a route made an error of. Any error but a path or
+  // method that is not served ends the connection.
+  void ErrorBody(const httplib::Request& request, httplib::Response& response) const {
+    const auto route = allowed_.find(request.path);
+    if (response.status == 404 && route != allowed_.end()) {
+      response.status = 405;
+      response.set_header("Allow", route->second);
+    }
+    if (response.status != 404 && response.status != 405) {
+      t_closeAfter = true;
+      response.set_header("Connection", "close");
+    }
+    // cpp-httplib refuses form bodies beyond 8 KiB with 413 before the route could say 415.
+    if (response.status == 413 && !IsJson(request)) response.status = 415;
+    if (response.status == 413) response.set_content(JsonRpc::TooLong(), "application/json");
+    if (response.status == 415) {
+      response.set_content("415 Unsupported Media Type: POST /rpc takes application/json\n",
+                           "text/plain");
+    }
+    if (response.body.empty()) {
+      response.set_content(std::to_string(response.status) + " " + Reason(response.status) + "\n",
+                           "text/plain");
+    }
+  }
+
+  const JsonRpc rpc_;
+  ModelCache model_;
+  std::map<std::string, std::string> allowed_;  // path -> its method
+};
+
+// Blocks SIGINT and SIGTERM in the calling thread and every thread it starts after, so that only
+// Wait() receives them.
+class StopSignals {
+ public:
+  StopSignals() {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals_, &previous_);
+  }
+  ~StopSignals() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+
+  // Waits for a signal or for `done`.
+  void Wait(const std::atomic<bool>& done) const {
+    const timespec tick{0, 100 * 1000 * 1000};
+    while (!done) {
+      if (sigtimedwait(&signals_, nullptr, &tick) > 0) return;
+    }
+  }
+
+ private:
+  sigset_t signals_, previous_;
+};
+
+}  // namespace
+
+bool ParseListenAddress(const std::string& text, HttpOptions& options) {
+  std::string address = options.address, port = text;
+  const auto colon = text.rfind(':');
+  if (colon != std::string::npos) {
+    address = text.substr(0, colon);
+    port = text.substr(colon + 1);
+    if (address.size() > 2 && address.front() == '[' && address.back() == ']') {
+      address = address.substr(1, address.size() - 2);
+    } else if (address.find(':') != std::string::npos) {
+      return false;  // an IPv6 address goes in brackets
+    }
+  }
+  if (address.empty() || port.empty() || port.size() > 5 ||
+      port.find_first_not_of("0123456789") != std::string::npos || std::stoi(port) > 65535) {
+    return false;
+  }
+  options.address = address;
+  options.port = std::stoi(port);
+  return true;
+}
+
+int ServeHttp(const Host& host, const HttpOptions& options, std::ostream& out, std::ostream& log) {
+  const StopSignals signals;  // before any thread starts
+  GuardedServer server;
+  const std::size_t threads = options.threads;
+  server.new_task_queue = [threads] { return new BoundedPool(threads); };
+  Routes routes(host, options.access);
+  routes.Register(server);
+
+  const int port = server.Bind(options.address, options.port);
+  if (port < 0) {
+    log << "ostra-metadata: cannot listen on " << options.address << ":" << options.port << "\n";
+    return kFailed;
+  }
+  const bool v6 = options.address.find(':') != std::string::npos;
+  out << "listening on http://" << (v6 ? "[" + options.address + "]" : options.address) << ":"
+      << port << std::endl;
+
+  std::atomic<bool> done{false};
+  std::thread watcher;
+  if (options.watch) {
+    watcher = std::thread([&host, &log, &done] {
+      SourceWatcher watch(host, log);
+      while (!done) {
+        watch.Poll();
+        std::this_thread::sleep_for(kWatchInterval);
+      }
+    });
+  }
+  std::thread stopper([&] {
+    signals.Wait(done);
+    server.Stop();
+  });
+  server.listen_after_bind();  // returns once stopped and every connection has ended
+  done = true;
+  stopper.join();
+  if (watcher.joinable()) watcher.join();
+  return kOk;
+}
+
+}  // namespace OstraTool
