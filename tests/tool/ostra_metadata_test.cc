@@ -159,6 +159,14 @@ TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
        "[non-string-constant]\n"
        "    at /metamodel/component/packages/0/structures/0/constants/0/value\n",
        3},
+      {package +
+           R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [], )"
+           R"("constants": [], "fields": []}, {"name": "p.S", "type": "ERROR")" +
+           rest,
+       "1:330: warning: \"p.S\" is declared again in \"structures\": the first one is kept, this "
+       "one is ignored [duplicate-name]\n"
+       "    at /metamodel/component/packages/0/structures/1/name\n",
+       0},
       {R"({"cli": [{"type": "Namespace", "path": "", "name": "kiln", "description": ""}]})",
        "1:19: error: Cli node type must be \"namespace\" or \"command\" "
        "[ostra.metadata.cli.json.invalid.node.type]\n"
@@ -303,7 +311,7 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
                   R"(not a metadata document: its root has no \"metamodel\", \"authentication\" )"
                   R"(or \"cli\" member)",
                   "null") +
-          "]}\n");
+          R"(],"omitted":0})" + "\n");
   EXPECT_EQ(Tool({"check", "--strict", dir.string()}).status, 2);
   EXPECT_EQ(Tool({"--dir", dir.string()}).status, 0);
 
@@ -321,6 +329,15 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   EXPECT_NE(run.err.find("Metamodel source file parse error : 4 at 41"), std::string::npos)
       << run.err;
   fs::remove_all(dir);
+
+  // Warnings past a thousand per file are counted, not kept.
+  std::string wide = R"({"cli": [])";
+  for (int i = 0; i < 1005; ++i)
+    wide += ", \"m" + std::to_string(i) + "\": 0";
+  run = Tool({"check", Write("wide", wide + "}")});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out.substr(run.out.rfind("1 file")),
+            "1 file: 0 errors, 1005 warnings (5 not shown)\n");
 
   // GitHub's escaping of the file (a property) and the message.
   const std::string odd = Write("a,b:c%", "{\"cli\": [], \"50%\\nof\": 1}");

@@ -24,6 +24,9 @@ using Steps = std::vector<std::size_t>;
 
 // Larger files are not read: check holds a file's text and its tree at once.
 constexpr std::uintmax_t kMaxCheckedSize = std::uintmax_t{256} << 20;
+// Warnings beyond this many findings of one file are counted, not kept: a document of a million
+// unknown members would otherwise take gigabytes to report.
+constexpr std::size_t kMaxFindingsPerFile = 1000;
 
 constexpr const char* kMissingField = "ostra.metadata.json.missing.field";
 constexpr const char* kInvalidEnum = "ostra.metadata.json.invalid.enum.value";
@@ -277,10 +280,14 @@ enum class Kind {
   kOutputField,
 };
 
+// How a member holds its records: one, an array of them, or an array stored by each record's
+// "name", where a later record of a name is dropped.
+enum class Form { kOne, kList, kKeyed };
+
 struct MemberRule {
   const char* name;
   Kind child;
-  bool keyed = false;  // an array of records stored by their "name": a later one is dropped
+  Form form = Form::kOne;
 };
 
 const std::vector<MemberRule>& Rules(Kind kind) {
@@ -291,29 +298,29 @@ const std::vector<MemberRule>& Rules(Kind kind) {
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"packages", Kind::kPackage, true}}},
+        {"packages", Kind::kPackage, Form::kKeyed}}},
       {Kind::kPackage,
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"enumerations", Kind::kEnumeration, true},
-        {"structures", Kind::kStructure, true},
-        {"services", Kind::kService, true}}},
+        {"enumerations", Kind::kEnumeration, Form::kKeyed},
+        {"structures", Kind::kStructure, Form::kKeyed},
+        {"services", Kind::kService, Form::kKeyed}}},
       {Kind::kService,
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"enumerations", Kind::kEnumeration, true},
-        {"structures", Kind::kStructure, true},
-        {"constants", Kind::kConstant, true},
-        {"operations", Kind::kOperation, true}}},
+        {"enumerations", Kind::kEnumeration, Form::kKeyed},
+        {"structures", Kind::kStructure, Form::kKeyed},
+        {"constants", Kind::kConstant, Form::kKeyed},
+        {"operations", Kind::kOperation, Form::kKeyed}}},
       {Kind::kOperation,
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"params", Kind::kField},
+        {"params", Kind::kField, Form::kList},
         {"result", Kind::kResult},
-        {"errors", Kind::kError}}},
+        {"errors", Kind::kError, Form::kList}}},
       {Kind::kResult,
        {{"documentation", Kind::kNone}, {"metadata", Kind::kFree}, {"type", Kind::kTypeReference}}},
       {Kind::kError, {{"user_defined_type_name", Kind::kNone}, {"documentation", Kind::kNone}}},
@@ -322,9 +329,9 @@ const std::vector<MemberRule>& Rules(Kind kind) {
         {"type", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"enumerations", Kind::kEnumeration, true},
-        {"constants", Kind::kConstant, true},
-        {"fields", Kind::kField}}},
+        {"enumerations", Kind::kEnumeration, Form::kKeyed},
+        {"constants", Kind::kConstant, Form::kKeyed},
+        {"fields", Kind::kField, Form::kList}}},
       {Kind::kField,
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
@@ -334,7 +341,7 @@ const std::vector<MemberRule>& Rules(Kind kind) {
        {{"name", Kind::kNone},
         {"documentation", Kind::kNone},
         {"metadata", Kind::kFree},
-        {"values", Kind::kEnumerationValue}}},
+        {"values", Kind::kEnumerationValue, Form::kList}}},
       {Kind::kEnumerationValue,
        {{"name", Kind::kNone}, {"documentation", Kind::kNone}, {"metadata", Kind::kFree}}},
       {Kind::kConstant,
@@ -355,8 +362,8 @@ const std::vector<MemberRule>& Rules(Kind kind) {
        {{"service_id", Kind::kNone},
         {"operation_id", Kind::kNone},
         {"formatter", Kind::kNone},
-        {"options", Kind::kOption},
-        {"output_field_list", Kind::kOutput}}},
+        {"options", Kind::kOption, Form::kList},
+        {"output_field_list", Kind::kOutput, Form::kList}}},
       {Kind::kOption,
        {{"long_option", Kind::kNone},
         {"short_option", Kind::kNone},
@@ -364,7 +371,8 @@ const std::vector<MemberRule>& Rules(Kind kind) {
         {"description", Kind::kNone},
         {"type", Kind::kNone},
         {"generic", Kind::kNone}}},
-      {Kind::kOutput, {{"structure_id", Kind::kNone}, {"output_fields", Kind::kOutputField}}},
+      {Kind::kOutput,
+       {{"structure_id", Kind::kNone}, {"output_fields", Kind::kOutputField, Form::kList}}},
       {Kind::kOutputField, {{"field_name", Kind::kNone}, {"display_name", Kind::kNone}}},
   };
   const auto it = kRules.find(kind);
@@ -445,15 +453,15 @@ struct Declarations {
 class DocumentWalk {
  public:
   DocumentWalk(const std::string& file, std::size_t index, std::vector<Finding>& findings,
-               Declarations& declared)
-      : file_(file), index_(index), findings_(findings), declared_(declared) {}
+               std::size_t& omitted, Declarations& declared)
+      : file_(file), index_(index), findings_(findings), omitted_(omitted), declared_(declared) {}
 
   void Run(const JsonValue& root, Domain domain) {
     Utf8(root);
     if (!root.IsObject()) return;
     std::vector<MemberRule> rules = {{"metamodel", Kind::kMetamodel},
                                      {"authentication", Kind::kAuthentication},
-                                     {"cli", Kind::kCliNode}};
+                                     {"cli", Kind::kCliNode, Form::kList}};
     rules.erase(std::remove_if(rules.begin(), rules.end(),
                                [domain](const MemberRule& r) {
                                  return std::string(r.name) != DomainName(domain);
@@ -465,6 +473,10 @@ class DocumentWalk {
  private:
   void Add(const Steps& steps, bool name, const std::string& pointer, const std::string& id,
            const std::string& message, boost::optional<std::string> suggestion) {
+    if (findings_.size() >= kMaxFindingsPerFile) {
+      ++omitted_;
+      return;
+    }
     Finding finding;
     finding.file = file_;
     finding.severity = Severity::kWarning;
@@ -524,7 +536,7 @@ class DocumentWalk {
     for (rapidjson::SizeType i = 0; i < array.Size(); ++i) {
       const JsonValue& element = array[i];
       Push(i, std::to_string(i));
-      if (rule.keyed && element.IsObject()) {
+      if (rule.form == Form::kKeyed && element.IsObject()) {
         const auto name = M::FindMember(element, "name");
         if (name != element.MemberEnd() && name->value.IsString() &&
             !names.insert(Text(name->value)).second) {
@@ -561,11 +573,7 @@ class DocumentWalk {
         Add(steps_, true, Pointer(), "unknown-member", "no reader reads " + Quoted(name),
             near ? boost::make_optional("did you mean " + Quoted(*near) + "?") : boost::none);
       } else if (rule->child != Kind::kNone && rule->child != Kind::kFree) {
-        if (member.value.IsArray() && rule->child != Kind::kTypeReference &&
-            rule->child != Kind::kConstantType && rule->child != Kind::kResult &&
-            rule->child != Kind::kSchemes && rule->child != Kind::kAuthComponent &&
-            rule->child != Kind::kComponent && rule->child != Kind::kNodeMetadata &&
-            rule->child != Kind::kMetamodel && rule->child != Kind::kAuthentication) {
+        if (rule->form != Form::kOne) {
           Array(member.value, *rule);
         } else {
           Value(member.value, rule->child);
@@ -719,6 +727,7 @@ class DocumentWalk {
   const std::string& file_;
   std::size_t index_;
   std::vector<Finding>& findings_;
+  std::size_t& omitted_;
   Declarations& declared_;
   Steps steps_;
   std::vector<std::string> pointer_;
@@ -782,6 +791,25 @@ const JsonValue* At(const JsonValue& root, const Steps& steps, bool name) {
   return value;
 }
 
+// The JSON Pointer of the value at `steps` under `root`.
+std::string PointerOf(const JsonValue& root, const Steps& steps) {
+  std::string pointer;
+  const JsonValue* value = &root;
+  for (const std::size_t step : steps) {
+    if (value->IsObject() && step < value->MemberCount()) {
+      const auto member = value->MemberBegin() + step;
+      pointer += "/" + M::PointerSegment(Text(member->name));
+      value = &member->value;
+    } else if (value->IsArray() && step < value->Size()) {
+      pointer += "/" + std::to_string(step);
+      value = &(*value)[static_cast<rapidjson::SizeType>(step)];
+    } else {
+      break;
+    }
+  }
+  return pointer;
+}
+
 // The last segment of a pointer, unescaped.
 std::string LastSegment(const std::string& pointer) {
   std::string segment = pointer.substr(pointer.rfind('/') + 1);
@@ -823,14 +851,16 @@ void LoadFindings(const std::string& file, Domain domain, const JsonValue& root,
                   const M::LoadTrace& trace, std::vector<Finding>& findings) {
   const auto& entries = trace.Entries();
   std::vector<std::size_t> faults;
+  // The faults: the last message of a failed load, since every reader stops at its first fault;
+  // and in Authentication, where a failed section leaves the document loaded, every message but
+  // the absence of an optional member.
   for (std::size_t k = 0; k < entries.size(); ++k) {
-    const std::string& id = entries[k].message.GetId();
-    const bool missing = id == kMissingField;
+    const auto& message = entries[k].message;
     const bool last = k + 1 == entries.size();
-    if ((!loaded && last) || (!missing && (loaded || domain == Domain::kAuthentication)) ||
-        (missing && domain == Domain::kAuthentication &&
-         RequiredInAuthentication(
-             entries[k].message.GetArgs().empty() ? "" : entries[k].message.GetArgs().front()))) {
+    const bool missing = message.GetId() == kMissingField;
+    const std::string arg = message.GetArgs().empty() ? "" : message.GetArgs().front();
+    if ((!loaded && last) ||
+        (domain == Domain::kAuthentication && (!missing || RequiredInAuthentication(arg)))) {
       faults.push_back(k);
     }
   }
@@ -892,7 +922,9 @@ void LoadFindings(const std::string& file, Domain domain, const JsonValue& root,
       // The schemes of the component that holds the list: the pointer's first three segments.
       std::vector<std::string> schemes;
       const JsonValue* object =
-          At(root, Steps(place.steps.begin(), place.steps.begin() + 2), false);
+          place.steps.size() < 2
+              ? nullptr
+              : At(root, Steps(place.steps.begin(), place.steps.begin() + 2), false);
       if (object != nullptr && object->IsObject()) {
         const auto it = M::FindMember(*object, "schemes");
         if (it != object->MemberEnd() && it->value.IsObject()) {
@@ -1065,6 +1097,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
   Host host;
   Declarations declared;
   std::vector<FileResult> results;
+  std::size_t omitted = 0;  // warnings past kMaxFindingsPerFile of their file
   // Documents stay parsed until the checks across them are placed.
   std::vector<std::pair<std::string, std::shared_ptr<M::ParsedMetadata>>> documents;
   std::vector<std::vector<Finding>> perFile(files.size());
@@ -1128,7 +1161,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
               : std::string(rapidjson::GetParseError_En(document.GetParseError()));
     } else if (!result.domain) {
       const bool optional = inDirectory.count(file) != 0;
-      DocumentWalk(file, i, own, declared).Run(document, Domain::kMetamodel);
+      DocumentWalk(file, i, own, omitted, declared).Run(document, Domain::kMetamodel);
       own.erase(std::remove_if(own.begin(), own.end(),
                                [](const Finding& f) { return f.id != "invalid-utf8"; }),
                 own.end());
@@ -1159,7 +1192,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
         }
       }
       Declarations own_declared;
-      DocumentWalk(file, i, own, result.loaded ? declared : own_declared)
+      DocumentWalk(file, i, own, omitted, result.loaded ? declared : own_declared)
           .Run(document, *result.domain);
       if (result.loaded) {
         result.fingerprint =
@@ -1178,6 +1211,10 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
     metamodelLoaded |= result.loaded && result.domain == Domain::kMetamodel;
   const auto warn = [&](const Reference& at, const std::string& id, const std::string& message,
                         const std::vector<std::string>& candidates) {
+    if (perFile[at.file].size() >= kMaxFindingsPerFile) {
+      ++omitted;
+      return;
+    }
     Finding finding;
     finding.file = files[at.file];
     finding.severity = Severity::kWarning;
@@ -1188,9 +1225,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
     if (const auto near = Nearest(at.text, candidates)) {
       finding.suggestion = "did you mean " + Quoted(*near) + "?";
     }
-    const JsonValue& root = *documents[at.file].second->document;
-    const auto place = M::LocateValues(root, {At(root, at.steps, at.name)});
-    finding.pointer = place.front().pointer;
+    finding.pointer = PointerOf(*documents[at.file].second->document, at.steps);
     perFile[at.file].push_back(std::move(finding));
   };
   const std::vector<std::string> types(declared.types.begin(), declared.types.end());
@@ -1248,6 +1283,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
   std::size_t errors = 0, warnings = 0;
   for (const auto& finding : findings)
     ++(finding.severity == Severity::kError ? errors : warnings);
+  warnings += omitted;
 
   if (options.format == CheckOptions::kJson) {
     JsonWriter json;
@@ -1280,6 +1316,8 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
     for (const auto& finding : findings)
       WriteFinding(json, finding);
     json.EndArray();
+    json.Key("omitted");
+    json.Int(static_cast<std::int64_t>(omitted));
     json.EndObject();
     out << json.Text() << "\n";
   } else if (options.format == CheckOptions::kGithub) {
@@ -1302,7 +1340,8 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
     }
     out << files.size() << (files.size() == 1 ? " file: " : " files: ") << errors
         << (errors == 1 ? " error, " : " errors, ") << warnings
-        << (warnings == 1 ? " warning\n" : " warnings\n");
+        << (warnings == 1 ? " warning" : " warnings")
+        << (omitted > 0 ? " (" + std::to_string(omitted) + " not shown)" : "") << "\n";
   }
   if (errors > 0) return kLoadFailed;
   if (options.strict && warnings > 0) return kFailed;
