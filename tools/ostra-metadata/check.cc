@@ -456,6 +456,7 @@ class DocumentWalk {
                std::size_t& omitted, Declarations& declared)
       : file_(file), index_(index), findings_(findings), omitted_(omitted), declared_(declared) {}
 
+  // The whole walk of a document of `domain`.
   void Run(const JsonValue& root, Domain domain) {
     Utf8(root);
     if (!root.IsObject()) return;
@@ -469,6 +470,9 @@ class DocumentWalk {
                 rules.end());
     Object(root, rules, Kind::kRoot);
   }
+
+  // Only the text of a document that is not a metadata document.
+  void RunText(const JsonValue& root) { Utf8(root); }
 
  private:
   void Add(const Steps& steps, bool name, const std::string& pointer, const std::string& id,
@@ -1030,6 +1034,31 @@ const char* SourceService(Domain domain) {
   return "";
 }
 
+// A stream buffer that reads a text in place (an istringstream would copy it), and can be
+// rewound, as ParseStream does to fingerprint what it parsed.
+class TextBuffer : public std::streambuf {
+ public:
+  explicit TextBuffer(std::string& text) {
+    char* begin = text.empty() ? nullptr : &text[0];
+    setg(begin, begin, begin + text.size());
+  }
+
+ protected:
+  pos_type seekoff(off_type offset, std::ios_base::seekdir dir,
+                   std::ios_base::openmode which) override {
+    const off_type base = dir == std::ios_base::beg   ? 0
+                          : dir == std::ios_base::cur ? gptr() - eback()
+                                                      : egptr() - eback();
+    return seekpos(pos_type(base + offset), which);
+  }
+  pos_type seekpos(pos_type position, std::ios_base::openmode) override {
+    const off_type at = position;
+    if (at < 0 || at > egptr() - eback()) return pos_type(off_type(-1));
+    setg(eback(), eback() + at, egptr());
+    return position;
+  }
+};
+
 void WriteFinding(JsonWriter& out, const Finding& finding) {
   out.StartObject();
   out.Key("file");
@@ -1126,7 +1155,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
       documents.emplace_back(std::string(), nullptr);
       continue;
     }
-    const auto text = regular ? ReadFile(file) : boost::none;
+    auto text = regular ? ReadFile(file) : boost::none;
     if (!text) {
       fail("unreadable",
            fileError ? "cannot be read: " + fileError.message()
@@ -1137,13 +1166,13 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
       documents.emplace_back(std::string(), nullptr);
       continue;
     }
-    std::istringstream in(*text);
+    TextBuffer buffer(*text);
+    std::istream in(&buffer);
     std::list<Ostra::BaseMessage> none;
     auto parsed = M::ParseStream(in, none);
     const auto& document = *parsed->document;
     result.domain = document.HasParseError() ? DomainOfText(*text) : DomainOf(document);
     if (document.HasParseError()) {
-      std::string message;
       if (result.domain) {
         // The domain's own parse-error message, as a load reports it.
         const auto error = host.Load(*result.domain, result.id, file, *parsed);
@@ -1161,10 +1190,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
               : std::string(rapidjson::GetParseError_En(document.GetParseError()));
     } else if (!result.domain) {
       const bool optional = inDirectory.count(file) != 0;
-      DocumentWalk(file, i, own, omitted, declared).Run(document, Domain::kMetamodel);
-      own.erase(std::remove_if(own.begin(), own.end(),
-                               [](const Finding& f) { return f.id != "invalid-utf8"; }),
-                own.end());
+      DocumentWalk(file, i, own, omitted, declared).RunText(document);
       fail("unknown-member",
            "not a metadata document: its root has no \"metamodel\", \"authentication\" or "
            "\"cli\" member",
@@ -1186,10 +1212,11 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
       result.loaded = error == nullptr;
       LoadFindings(file, *result.domain, document, result.loaded, trace, own);
       if (!result.loaded && own.empty() && error) {
-        // A fault the trace could not place: the store's last message, at the document.
-        for (const auto& message : Ostra::Data::ErrorFactory::GetMessages(*error)) {
-          fail(message.GetId(), message.GetDefaultMessage(), Severity::kError);
-        }
+        // A fault the trace did not see: the store's last message, at the document.
+        const auto messages = Ostra::Data::ErrorFactory::GetMessages(*error);
+        fail(messages.empty() ? "unreadable" : messages.back().GetId(),
+             messages.empty() ? "does not load" : messages.back().GetDefaultMessage(),
+             Severity::kError);
       }
       Declarations own_declared;
       DocumentWalk(file, i, own, omitted, result.loaded ? declared : own_declared)
@@ -1202,7 +1229,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
       }
     }
     results.push_back(result);
-    documents.emplace_back(*text, std::move(parsed));
+    documents.emplace_back(std::move(*text), std::move(parsed));
   }
 
   // Across documents: what one names that no loaded document declares.

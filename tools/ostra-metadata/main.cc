@@ -53,16 +53,19 @@ Commands:
                and [ID], then the JSON Pointer of the value and a suggestion (the member or text
                meant, the texts allowed, the schemes the component defines). Errors: what fails
                a load (the library's message id) or costs a loaded document a part of it
-               (section-dropped), a file that is not JSON, not readable or not a metadata
-               document (a warning inside a DIR). Warnings: unknown-member, duplicate-name,
-               invalid-utf8 and, across the documents, unresolved-reference (types and errors),
-               undeclared-namespace (Cli commands), unknown-operation (Cli commands and
-               Authentication entries, when a Metamodel document loaded). --format json prints
-               {"files": [{"file", "domain", "fingerprint", "loaded"}], "findings": [{"file",
-               "line", "column", "pointer", "severity", "id", "message", "suggestion"}]}, the
-               fingerprint being the one the store reports for the source; --format github one
-               workflow command (::error or ::warning) per finding. Files over 256 MiB are not
-               read. Exit status 3 on an error, else 2 with --strict and a warning, else 0.
+               (section-dropped), a file that is not JSON (the domain's parse error id, or
+               syntax-error), that cannot be read (unreadable), or that is not a metadata
+               document (unknown-member; a warning inside a DIR). Warnings: unknown-member,
+               duplicate-name, invalid-utf8 and, across the documents, unresolved-reference
+               (types and errors), undeclared-namespace (Cli commands), unknown-operation (Cli
+               commands and Authentication entries, when a Metamodel document loaded).
+               --format json prints {"files": [{"file", "domain", "fingerprint", "loaded"}],
+               "findings": [{"file", "line", "column", "pointer", "severity", "id", "message",
+               "suggestion"}], "omitted"}, the fingerprint being the one the store reports for
+               the source; --format github one workflow command (::error or ::warning) per
+               finding. Files over 256 MiB are not read; past 1000 findings of a file, warnings
+               are counted ("omitted"), not listed. Exit status 3 on an error, else 2 with
+               --strict and a warning, else 0.
   diff         compares two models, OLD and NEW, each a metadata document or a directory
                of them (read as --dir reads one), and lists what changed, one change per line
                sorted by path: its level (breaking, dangerous or safe), domain, rule, path, and
