@@ -16,6 +16,7 @@
 #include "ostra/cli/services.h"
 #include "ostra/cli/source_data.h"
 #include "ostra/json/json_member.h"
+#include "ostra/json/load_trace.h"
 #include "ostra/metamodel/json_metadata_container.h"
 #include "ostra/metamodel/json_metadata_parser.h"
 #include "ostra/metamodel/metadata_container.h"

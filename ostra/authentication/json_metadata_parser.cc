@@ -80,7 +80,7 @@ bool JsonMetadataParser::ParseAuthentication(const RegisterCallbacks& callback,
     const JsonValue* component = FindMemberValue(section, name, messages);
     if (component == nullptr) return true;
     if (!component->IsObject()) {
-      AddMessage(messages, kInvalidFieldId, name);
+      AddMessageAt(messages, *component, kInvalidFieldId, name);
       return false;
     }
     return ParseComponent(callback, *component, messages);
@@ -172,17 +172,17 @@ std::shared_ptr<const Binding::AuthenticationInfo> JsonMetadataParser::ParseAuth
 bool JsonMetadataParser::ParseSchemeList(const SchemeTable& table, const JsonValue& value,
                                          SchemeRefs& schemes, Messages& messages) {
   if (!value.IsArray()) {
-    AddMessage(messages, kInvalidFieldId, "packages");
+    AddMessageAt(messages, value, kInvalidFieldId, "packages");
     return false;
   }
   for (const auto& element : value.GetArray()) {
     if (!element.IsString()) {
-      AddMessage(messages, kInvalidFieldId, "packages");
+      AddMessageAt(messages, element, kInvalidFieldId, "packages");
       return false;
     }
     const auto scheme = table.find(ViewOf(element));
     if (scheme == table.end()) {
-      AddMessage(messages, kUnknownSchemeId, "id");
+      AddMessageAt(messages, element, kUnknownSchemeId, "id");
       return false;
     }
     schemes.push_back(&scheme->second);
@@ -205,7 +205,7 @@ bool JsonMetadataParser::ParseOperations(const SchemeTable& table, const JsonVal
     if (!ParseSchemeList(table, member.value, schemes, messages)) return false;
     const auto parts = SplitFqdn(ViewOf(member.name));
     if (parts.first.empty() || parts.second.empty()) {
-      AddMessage(messages, kInvalidOperationId, ValToString(member.name));
+      AddMessageAt(messages, member.name, kInvalidOperationId, ValToString(member.name));
       return false;
     }
     auto& record = records[schemes];
@@ -236,7 +236,7 @@ bool JsonMetadataParser::ParseServices(const SchemeTable& table, OperationGroups
     const std::string_view id = ViewOf(member.name);
     const auto parts = SplitFqdn(id);
     if (parts.first.empty() || parts.second.empty()) {
-      AddMessage(messages, kInvalidServiceId, std::string(id));
+      AddMessageAt(messages, member.name, kInvalidServiceId, std::string(id));
       return false;
     }
     auto service = std::make_shared<Binding::ServiceInfo>();

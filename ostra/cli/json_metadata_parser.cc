@@ -27,7 +27,7 @@ using OptText = JsonOptMember<boost::optional<std::string>, CliIds>;
 // invalid-field id and `name`.
 bool CheckObject(const JsonValue& value, const char* name, Messages& messages) {
   if (value.IsObject()) return true;
-  AddMessage(messages, CliIds::kInvalidField, name);
+  AddMessageAt(messages, value, CliIds::kInvalidField, name);
   return false;
 }
 
@@ -36,7 +36,7 @@ bool CheckObject(const JsonValue& value, const char* name, Messages& messages) {
 const JsonValue* TextValue(const JsonValue& object, const char* name, Messages& messages) {
   const JsonValue* member = FindMemberValue(object, name, messages);
   if (member == nullptr || member->IsString()) return member;
-  AddMessage(messages, CliIds::kInvalidField, name);
+  AddMessageAt(messages, *member, CliIds::kInvalidField, name);
   return nullptr;
 }
 
@@ -108,7 +108,7 @@ bool MetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
   const JsonValue* nodes = FindMemberValue(document, "cli", messages);
   if (nodes == nullptr) return false;
   if (!nodes->IsArray()) {
-    AddMessage(messages, CliIds::kInvalidField, "cli");
+    AddMessageAt(messages, *nodes, CliIds::kInvalidField, "cli");
     return false;
   }
   Outputs outputs;
@@ -138,7 +138,7 @@ bool MetadataParser::ParseNode(const JsonValue& node, const RegisterCallbacks& c
     callbacks.command(info);
     return true;
   }
-  AddMessage(messages, CliIds::kInvalidNodeType, "type");
+  AddMessageAt(messages, FindMember(node, "type")->value, CliIds::kInvalidNodeType, "type");
   return false;
 }
 
@@ -226,7 +226,7 @@ std::shared_ptr<const Binding::CommandSvc::OutputInfo> MetadataParser::ParseFiel
   outputs.fields.clear();
   if (const JsonValue* fields = FindMemberValue(entry, "output_fields", messages)) {
     if (!fields->IsArray()) {
-      AddMessage(messages, CliIds::kInvalidField, "output_fields");
+      AddMessageAt(messages, *fields, CliIds::kInvalidField, "output_fields");
       return nullptr;
     }
     for (const auto& field : fields->GetArray()) {

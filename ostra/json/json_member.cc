@@ -18,7 +18,7 @@ const JsonValue* FindMemberValue(const JsonValue& object, const char* name, Mess
     const auto it = FindMember(object, name);
     if (it != object.MemberEnd()) return &it->value;
   }
-  AddMessage(messages, kMissingFieldId, name);
+  AddMessageAt(messages, object, kMissingFieldId, name);
   return nullptr;
 }
 

@@ -28,6 +28,7 @@
 
 #include "ostra/core/base_message.h"
 #include "ostra/core/enum.h"
+#include "ostra/json/load_trace.h"
 #include "ostra/provider/messages.h"
 #include "ostra/provider/parsed_metadata.h"
 
@@ -52,6 +53,16 @@ struct JsonIds {
 template <class... Args>
 void AddMessage(Messages& messages, const std::string& id, const Args&... args) {
   messages.push_back(MetadataMessage(id, args...));
+  LoadTrace::Note(messages, nullptr);
+}
+
+// The same for a message about value `at` of the document (a member name, for a malformed one), so
+// that a LoadTrace can tell where it is.
+template <class... Args>
+void AddMessageAt(Messages& messages, const JsonValue& at, const std::string& id,
+                  const Args&... args) {
+  messages.push_back(MetadataMessage(id, args...));
+  LoadTrace::Note(messages, &at);
 }
 
 // The parse-error message of a document that failed to parse ({1} code, {2} offset), or nothing.
@@ -63,7 +74,7 @@ template <class Value>
 typename Value::ConstMemberIterator FindMember(const Value& object, const char* name,
                                                Messages& messages) {
   const auto it = FindMember(static_cast<const JsonValue&>(object), name);
-  if (it == object.MemberEnd()) AddMessage(messages, kMissingFieldId, name);
+  if (it == object.MemberEnd()) AddMessageAt(messages, object, kMissingFieldId, name);
   return it;
 }
 
@@ -79,6 +90,13 @@ template <class E>
 bool CheckEnum(const E& value, const char* name, Messages& messages) {
   if (!value.IsUnknown()) return true;
   AddMessage(messages, kInvalidEnumValueId, name);
+  return false;
+}
+// The same, the message being about the text `at`.
+template <class E>
+bool CheckEnum(const E& value, const char* name, Messages& messages, const JsonValue& at) {
+  if (!value.IsUnknown()) return true;
+  AddMessageAt(messages, at, kInvalidEnumValueId, name);
   return false;
 }
 
@@ -147,12 +165,12 @@ template <class T, class Converter = ParseString, class Ids = JsonIds>
 bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages& messages,
                      Converter convert = Converter()) {
   if (!value.IsString()) {
-    AddMessage(messages, Ids::kInvalidField, name);
+    AddMessageAt(messages, value, Ids::kInvalidField, name);
     return false;
   }
   if constexpr (Detail::IsEnum<T>::value) {
     out = convert(ToUpper(ValToString(value)));
-    return CheckEnum(out, name, messages);
+    return CheckEnum(out, name, messages, value);
   } else {
     out = convert(ValToString(value));
     return true;
@@ -165,7 +183,7 @@ template <class C, class ElementParser, class Ids = JsonIds>
 bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementParser parse,
                     Messages& messages) {
   if (!value.IsArray()) {
-    AddMessage(messages, Ids::kInvalidField, name);
+    AddMessageAt(messages, value, Ids::kInvalidField, name);
     return false;
   }
   for (const auto& element : value.GetArray()) {
@@ -186,7 +204,7 @@ struct StringElement {
   const char* name;
   boost::optional<std::string> operator()(const JsonValue& element, Messages& messages) const {
     if (!element.IsString()) {
-      AddMessage(messages, Ids::kInvalidField, name);
+      AddMessageAt(messages, element, Ids::kInvalidField, name);
       return boost::none;
     }
     return ValToString(element);
@@ -251,7 +269,7 @@ bool ReadObjectMember(const JsonValue& object, const char* name, bool required, 
   const JsonValue* member = FindMemberValue(object, name, messages);
   if (member == nullptr) return !required;
   if (!member->IsObject()) {
-    AddMessage(messages, Ids::kInvalidField, name);
+    AddMessageAt(messages, *member, Ids::kInvalidField, name);
     return false;
   }
   return ApplyObject(*member, value, fill, messages);

@@ -307,7 +307,7 @@ class Reader {
           const JsonMember<std::string> text(object, "type", messages);
           if (!text) return false;
           builtin = EnumConverter<BuiltinType>::Convert(text.Value());
-          return CheckEnum(builtin, "type", messages);
+          return CheckEnum(builtin, "type", messages, FindMember(object, "type")->value);
         },
         messages_);
     if (!typeMember) return nullptr;
@@ -341,7 +341,10 @@ class Reader {
   // A primitive constant value; only the string form is accepted (others fail without a message).
   std::shared_ptr<const PrimitiveValue> Primitive(const JsonValue& json,
                                                   const PrimitiveType& type) {
-    if (type.GetValue() != PrimitiveType::STRING) return nullptr;
+    if (type.GetValue() != PrimitiveType::STRING) {
+      LoadTrace::NoteFailure(json);
+      return nullptr;
+    }
     std::string text;
     if (!JsonParseString(json, "value", text, messages_)) return nullptr;
     // Constants repeat their values; each distinct one is made once (values are immutable).
@@ -447,13 +450,13 @@ class Reader {
     const JsonValue* member = FindMemberValue(json, name, messages_);
     if (member == nullptr) return E::UNKNOWN;
     if (!member->IsString()) {
-      AddMessage(messages_, kInvalidFieldId, name);
+      AddMessageAt(messages_, *member, kInvalidFieldId, name);
       return E::UNKNOWN;
     }
     upper_.assign(member->GetString(), member->GetStringLength());
     if (!upper_.empty()) ctype_.toupper(&upper_[0], &upper_[0] + upper_.size());
     const std::size_t found = ordinal(upper_);
-    if (found == E::UNKNOWN) AddMessage(messages_, kInvalidEnumValueId, name);
+    if (found == E::UNKNOWN) AddMessageAt(messages_, *member, kInvalidEnumValueId, name);
     return found;
   }
 
@@ -462,7 +465,7 @@ class Reader {
   const JsonValue* StringMember(const JsonValue& json, const char* name) {
     const JsonValue* member = FindMemberValue(json, name, messages_);
     if (member != nullptr && !member->IsString()) {
-      AddMessage(messages_, JsonIds::kInvalidField, name);
+      AddMessageAt(messages_, *member, JsonIds::kInvalidField, name);
       return nullptr;
     }
     return member;
@@ -472,7 +475,7 @@ class Reader {
   const JsonValue* NestedObject(const JsonValue& json, const char* name) {
     const JsonValue* member = FindMemberValue(json, name, messages_);
     if (member != nullptr && !member->IsObject()) {
-      AddMessage(messages_, JsonIds::kInvalidField, name);
+      AddMessageAt(messages_, *member, JsonIds::kInvalidField, name);
       return nullptr;
     }
     return member;
@@ -487,7 +490,7 @@ class Reader {
           for (const auto& entry : object.GetObject()) {
             std::string key = ValToString(entry.name);
             if (!entry.value.IsObject()) {
-              AddMessage(messages, kInvalidFieldId, key);
+              AddMessageAt(messages, entry.value, kInvalidFieldId, key);
               return false;
             }
             auto elements = ElementMapOf(entry.value, messages);
@@ -524,14 +527,14 @@ class Reader {
         elementsKey_ += 'l';
         for (const auto& string : element.value.GetArray()) {
           if (!string.IsString()) {
-            AddMessage(messages, kInvalidFieldId, "value");
+            AddMessageAt(messages, string, kInvalidFieldId, "value");
             return nullptr;
           }
           append(string);
         }
         elementsKey_ += 'e';
       } else {
-        AddMessage(messages, kInvalidFieldId, "ElementValue");
+        AddMessageAt(messages, element.value, kInvalidFieldId, "ElementValue");
         return nullptr;
       }
     }

@@ -70,6 +70,8 @@ TEST_F(ToolTest, ArgumentErrorsAreUsageErrors) {
            {"-c", cli, "summary", "--stdio"},
            {"-c", cli, "frobnicate"},
            {"check"},
+           {"check", "--format", "yaml", cli},
+           {"check", "--fail-on", "none", cli},
            {"diff", cli},
            {"diff", "--format", "yaml", cli, cli},
            {"-c", cli, "diff", cli, cli},
@@ -118,35 +120,237 @@ TEST_F(ToolTest, CallsAnswerJsonOrTheErrorWithItsMessages) {
   EXPECT_NE(run.err.find("Metamodel source file not found: /no/such/file.json"), std::string::npos);
 }
 
-TEST_F(ToolTest, CheckReportsPositionsMessagesAndDisagreements) {
-  const std::string broken = Write("broken", "{\n  \"cli\": [\n    {\"type\": }\n  ]\n}\n");
-  const std::string invalid = Write("invalid", R"({"cli":[{"type":"namespace","path":""}]})");
-  const std::string stray = Write("stray", R"({"cli":[{"type":"command","path":"","name":"x",
-    "description":"d","node_metadata":{"service_id":"com.larkspur.fleet.vehicles.registry",
-    "operation_id":"scrap"}}]})");
-  const std::string deep = Write("deep", "{\"cli\":" + std::string(1000, '['));
-  ToolRun run = Tool({"check", broken, invalid, deep});
-  EXPECT_EQ(run.status, 3);
-  EXPECT_NE(run.out.find(broken + ":3:14: JSON syntax error 3: Invalid value."), std::string::npos)
-      << run.out;
-  EXPECT_NE(run.out.find(deep + ":1:519: JSON syntax error 16: Nested deeper than 512 levels."),
-            std::string::npos)
-      << run.out;
-  EXPECT_NE(
-      run.out.find(invalid + ": ostra.metadata.json.missing.field: Json parse missing field: name"),
-      std::string::npos)
-      << run.out;
+// One document each: the finding as check prints it, line and column counted by hand (a tab and
+// a character of several bytes count as one column).
+TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
+  const std::string package =
+      R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {}, )"
+      R"("packages": [{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], )"
+      R"("services": [], "structures": [{"name": "p.S", "type": )";
+  const std::string rest =
+      R"(, "documentation": "", "metadata": {}, "enumerations": [], "constants": [], )"
+      R"("fields": []}]}]}}})";
+  const struct {
+    std::string text, findings;
+    int status;
+  } cases[] = {
+      {"{\"metamodel\": {\"component\": {\n\t\"name\": \"\xc4\xb8iln \xe2\x9c\x93\", "
+       "\"documentaton\": \"x\",\n\t\"metadata\": {}, \"packages\": []}}}\n",
+       "1:29: error: Json parse missing field: documentation [ostra.metadata.json.missing.field]\n"
+       "    at /metamodel/component; rename \"documentaton\" to \"documentation\"\n"
+       "{}2:20: warning: no reader reads \"documentaton\" [unknown-member]\n"
+       "    at /metamodel/component/documentaton; did you mean \"documentation\"?\n",
+       3},
+      {package + R"("STRUCTUR")" + rest,
+       "1:219: error: Json parse invalid enum value: type "
+       "[ostra.metadata.json.invalid.enum.value]\n"
+       "    at /metamodel/component/packages/0/structures/0/type; did you mean \"STRUCTURE\"?\n",
+       3},
+      {package + R"("RECORD")" + rest,
+       "1:219: error: Json parse invalid enum value: type "
+       "[ostra.metadata.json.invalid.enum.value]\n"
+       "    at /metamodel/component/packages/0/structures/0/type; one of STRUCTURE, ERROR\n",
+       3},
+      {package + R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [],)"
+                 "\n"
+                 R"( "constants": [{"name": "MAX", "documentation": "", "type": {"category": )"
+                 R"("primitive", "type": "LONG"}, "value": "9"}], "fields": []}]}]}}})",
+       "2:113: error: only constants of type STRING load; this value fails the load "
+       "[non-string-constant]\n"
+       "    at /metamodel/component/packages/0/structures/0/constants/0/value\n",
+       3},
+      {package +
+           R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [], )"
+           R"("constants": [], "fields": []}, {"name": "p.S", "type": "ERROR")" +
+           rest,
+       "1:330: warning: \"p.S\" is declared again in \"structures\": the first one is kept, this "
+       "one is ignored [duplicate-name]\n"
+       "    at /metamodel/component/packages/0/structures/1/name\n",
+       0},
+      {R"({"cli": [{"type": "Namespace", "path": "", "name": "kiln", "description": ""}]})",
+       "1:19: error: Cli node type must be \"namespace\" or \"command\" "
+       "[ostra.metadata.cli.json.invalid.node.type]\n"
+       "    at /cli/0/type; did you mean \"namespace\"?\n",
+       3},
+      {R"({"cli": [{"type": "command", "path": "", "name": "go", "description": "", )"
+       R"("node_metadata": {"service_id": "p.s", "operation_id": "o", "options": [7]}}]})",
+       "1:147: error: Cli invalid field: element 0 of \"options\" must be an object "
+       "[ostra.metadata.cli.json.invalid.field]\n"
+       "    at /cli/0/node_metadata/options/0\n",
+       3},
+      // Both sections fail and the document still loads: each fault costs it a part.
+      {"{\"authentication\": {\n \"product\": {\"name\": \"kiln\", \"schemes\": {\"basic\": "
+       "{\"authenticationScheme\": \"b\", \"type\": \"sessionless\"}},\n  \"services\": "
+       "{\"p.s\": [\"basik\"]}},\n \"component\": {\"name\": \"kiln2\", \"operations\": "
+       "{\"p.s.op\": [], \"s.op\": []}}}}\n",
+       "3:24: error: Authentication unknown schema name: id; the \"product\" section is not "
+       "loaded [section-dropped]\n"
+       "    at /authentication/product/services/p.s/0; \"basik\" is not a scheme of the "
+       "component; did you mean \"basic\"?\n"
+       "{}4:62: error: Authentication invalid service id: s (a service id is PACKAGE.SERVICE); "
+       "the operations of service \"s\" are not loaded [section-dropped]\n"
+       "    at /authentication/component/operations/s.op\n",
+       3},
+      {"{\"cli\": [\n  {\"type\": \"namespace\", \"path\": \"\", \"name\": \"kiln\", "
+       "\"description\": \"Kil",
+       "2:72: error: Cli source file parse error : 11 at 81 [ostra.metadata.cli.parse.error]\n"
+       "    at \"\"; Missing a closing quotation mark in string.\n",
+       3},
+      {"{\"cli\":" + std::string(600, '['),
+       "1:519: error: Cli source file parse error : 16 at 518 [ostra.metadata.cli.parse.error]\n"
+       "    at \"\"; nested deeper than 512 levels\n",
+       3},
+      {"{\"cli\": [], \"cli\": 5, \"\xff\": 1}",
+       "1:13: warning: \"cli\" is repeated: the first one is read, this one is ignored "
+       "[duplicate-name]\n"
+       "    at /cli\n"
+       "{}1:23: warning: the member name is not valid UTF-8 [invalid-utf8]\n"
+       "    at /\xef\xbf\xbd\n"
+       "{}1:23: warning: no reader reads \"\xef\xbf\xbd\" [unknown-member]\n"
+       "    at /\xef\xbf\xbd\n",
+       0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::string file = Write("document", c.text);
+    const ToolRun run = Tool({"check", file});
+    EXPECT_EQ(run.status, c.status);
+    std::string expected = file + ":" + c.findings;
+    for (std::size_t at; (at = expected.find("{}")) != std::string::npos;)
+      expected.replace(at, 2, file + ":");
+    const auto count = [&c](const char* severity) {
+      std::size_t n = 0;
+      for (std::size_t at = 0; (at = c.findings.find(severity, at)) != std::string::npos; ++at)
+        ++n;
+      return n;
+    };
+    const std::size_t errors = count(": error: "), warnings = count(": warning: ");
+    EXPECT_EQ(run.out, expected + "1 file: " + std::to_string(errors) +
+                           (errors == 1 ? " error, " : " errors, ") + std::to_string(warnings) +
+                           (warnings == 1 ? " warning\n" : " warnings\n"));
+  }
+}
 
-  run = Tool({"check", examples_ + "/metamodel.json", examples_ + "/cli.json", stray});
-  EXPECT_EQ(run.status, 2) << run.out;
-  EXPECT_NE(run.out.find("cli command x calls com.larkspur.fleet.vehicles.registry.scrap, which "
-                         "no Metamodel source defines"),
+// A directory of documents that load but disagree: warnings, which fail only a strict check; a
+// truncated document among them is an error, for check and for --dir alike.
+TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
+  namespace fs = std::filesystem;
+  const fs::path dir = fs::path(testing::TempDir()) / "ToolTest.CheckDirectory";
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  const auto write = [&dir](const char* name, const std::string& text) {
+    std::ofstream(dir / name, std::ios::binary) << text;
+  };
+  const std::string cli =
+      "{\"cli\": [\n"
+      R"(  {"type": "namespace", "path": "", "name": "kiln", "description": ""},)"
+      "\n"
+      R"(  {"type": "command", "path": "kiln", "name": "go", "description": "", "node_metadata": )"
+      R"({"service_id": "p.s", "operation_id": "fyre"}},)"
+      "\n"
+      R"(  {"type": "command", "path": "klin", "name": "stop", "description": "", )"
+      R"("node_metadata": {"service_id": "p.s", "operation_id": "fire"}}]})";
+  write("cli.json", cli);
+  write("metamodel.json",
+        R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {}, )"
+        R"("packages": [{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], )"
+        R"("structures": [], "services": [{"name": "p.s", "documentation": "", "metadata": {}, )"
+        R"("enumerations": [], "structures": [], "constants": [], "operations": [{"name": )"
+        R"("fire", "documentation": "", "metadata": {}, "params": [], "result": )"
+        R"({"documentation": "", "metadata": {}, "type": {"category": "builtin", )"
+        R"("primitive_type": "void"}}, "errors": [{"user_defined_type_name": "p.Jam", )"
+        R"("documentation": ""}]}]}]}]}}})");
+  write("authentication.json",
+        R"({"authentication": {"component": {"name": "k", "services": {"p.t": []}}}})");
+  write("notes.json", R"({"title": "kiln notes"})");
+  const std::string d = dir.string() + "/";
+  // Fingerprints as the stores report a source's: the CRC32 of the hexadecimal CRC32 of its text.
+  ToolRun run = Tool({"check", "--format", "json", dir.string()});
+  EXPECT_EQ(run.status, 0) << run.out;
+  const auto finding = [](const std::string& file, int line, int column, const std::string& pointer,
+                          const std::string& id, const std::string& message,
+                          const std::string& suggestion) {
+    return R"({"file":")" + file + R"(","line":)" + std::to_string(line) + R"(,"column":)" +
+           std::to_string(column) + R"(,"pointer":")" + pointer +
+           R"(","severity":"warning","id":")" + id + R"(","message":")" + message +
+           R"(","suggestion":)" + suggestion + "}";
+  };
+  EXPECT_EQ(
+      run.out,
+      R"({"files":[{"file":")" + d +
+          R"(authentication.json","domain":"authentication",)"
+          R"("fingerprint":")" +
+          OstraTest::Crc(OstraTest::Crc(R"({"authentication": {"component": {"name": "k", )"
+                                        R"("services": {"p.t": []}}}})")) +
+          R"(","loaded":true},{"file":")" + d + R"(cli.json","domain":"cli","fingerprint":")" +
+          OstraTest::Crc(OstraTest::Crc(cli)) + R"(","loaded":true},{"file":")" + d +
+          R"(metamodel.json","domain":"metamodel","fingerprint":")" +
+          OstraTest::Crc(OstraTest::Crc(Slurp(d + "metamodel.json"))) +
+          R"(","loaded":true},{"file":")" + d +
+          R"(notes.json","domain":null,"fingerprint":null,"loaded":false}],"findings":[)" +
+          finding(d + "authentication.json", 1, 61, "/authentication/component/services/p.t",
+                  "unknown-operation", R"(no Metamodel source defines the service \"p.t\")",
+                  R"("did you mean \"p.s\"?")") +
+          "," +
+          finding(d + "cli.json", 3, 127, "/cli/1/node_metadata/operation_id", "unknown-operation",
+                  R"(no Metamodel source defines the operation \"fyre\" of \"p.s\")",
+                  R"("did you mean \"fire\"?")") +
+          "," +
+          finding(d + "cli.json", 4, 31, "/cli/2/path", "undeclared-namespace",
+                  R"(no Cli document declares the namespace \"klin\")",
+                  R"("did you mean \"kiln\"?")") +
+          "," +
+          finding(d + "metamodel.json", 1, 532,
+                  "/metamodel/component/packages/0/services/0/operations/0/errors/0/"
+                  "user_defined_type_name",
+                  "unresolved-reference",
+                  R"(no loaded Metamodel source defines a structure or enumeration \"p.Jam\")",
+                  "null") +
+          "," +
+          finding(d + "notes.json", 1, 1, "", "unknown-member",
+                  R"(not a metadata document: its root has no \"metamodel\", \"authentication\" )"
+                  R"(or \"cli\" member)",
+                  "null") +
+          R"(],"omitted":0})" + "\n");
+  EXPECT_EQ(Tool({"check", "--strict", dir.string()}).status, 2);
+  EXPECT_EQ(Tool({"--dir", dir.string()}).status, 0);
+
+  write("truncated.json", "{\"metamodel\": {\"component\": {\"name\": \"k\",");
+  run = Tool({"check", "--strict", "--format", "github", dir.string()});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_NE(run.out.find("::error file=" + d +
+                         "truncated.json,line=1,col=42::Metamodel source "
+                         "file parse error : 4 at 41 [ostra.metadata.metamodel.parse.error]%0A"
+                         "Missing a name for object member.\n"),
             std::string::npos)
       << run.out;
-  run = Tool({"check", examples_ + "/metamodel.json", examples_ + "/authentication.json",
-              examples_ + "/cli.json"});
-  EXPECT_EQ(run.status, 0) << run.out;
-  EXPECT_NE(run.out.find("the domains agree"), std::string::npos);
+  run = Tool({"--dir", dir.string()});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_NE(run.err.find("Metamodel source file parse error : 4 at 41"), std::string::npos)
+      << run.err;
+  fs::remove_all(dir);
+
+  // Warnings past a thousand per file are counted, not kept.
+  std::string wide = R"({"cli": [])";
+  for (int i = 0; i < 1005; ++i)
+    wide += ", \"m" + std::to_string(i) + "\": 0";
+  run = Tool({"check", Write("wide", wide + "}")});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out.substr(run.out.rfind("1 file")),
+            "1 file: 0 errors, 1005 warnings (5 not shown)\n");
+
+  // GitHub's escaping of the file (a property) and the message.
+  const std::string odd = Write("a,b:c%", "{\"cli\": [], \"50%\\nof\": 1}");
+  run = Tool({"check", "--format", "github", odd});
+  std::string file = odd;
+  for (const auto& [from, to] :
+       {std::pair<std::string, std::string>{"%", "%25"}, {",", "%2C"}, {":", "%3A"}}) {
+    for (std::size_t at = 0; (at = file.find(from, at)) != std::string::npos; at += to.size())
+      file.replace(at, from.size(), to);
+  }
+  EXPECT_EQ(run.out, "::warning file=" + file +
+                         ",line=1,col=13::no reader reads \"50%25%0Aof\" [unknown-member]\n");
+  EXPECT_EQ(run.status, 0);
 }
 
 TEST_F(ToolTest, DiffExitStatusFollowsTheWorstChange) {

@@ -13,16 +13,26 @@ namespace OstraTool {
 // Exit statuses.
 constexpr int kOk = 0;
 constexpr int kUsage = 1;
-constexpr int kFailed = 2;      // the operation failed, a check found a mismatch, or a diff a
-                                // change at or above --fail-on
+constexpr int kFailed = 2;      // the operation failed, a strict check found a warning, or a
+                                // diff a change at or above --fail-on
 constexpr int kLoadFailed = 3;  // a source did not load
 
 void PrintSummary(const Host& host, std::ostream& out);
 
-// Loads each file into a fresh store of its domain and reports what the store says; across
-// domains, reports Cli commands and Authentication entries that name services or operations no
-// Metamodel file defines.
-int Check(const std::vector<std::string>& files, std::ostream& out);
+struct CheckOptions {
+  enum Format { kText, kJson, kGithub } format = kText;
+  bool strict = false;  // warnings fail the check too
+};
+// Reads the value of --format (text, json, github); false for any other.
+bool ParseCheckFormat(const std::string& text, CheckOptions& options);
+// Loads each file (each *.json file of a directory) as a source of its own and reports every
+// fault of a load and every warning as a finding with its file, line, column, JSON Pointer,
+// severity, id, message and suggestion, sorted by file, line and column. kLoadFailed when there
+// is an error, kFailed when options.strict and there is a warning, else kOk.
+int Check(const std::vector<std::string>& inputs, const CheckOptions& options, std::ostream& out);
+
+// `text` escaped for a GitHub workflow command: its message, or (`property`) a property value.
+std::string GithubEscape(const std::string& text, bool property);
 
 struct DiffOptions {
   bool json = false;

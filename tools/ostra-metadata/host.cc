@@ -28,6 +28,19 @@ boost::optional<Domain> DomainOf(const Metadata::JsonDocument& document) {
   return boost::none;
 }
 
+boost::optional<Domain> DomainOfText(const std::string& text) {
+  const std::size_t open =
+      text.find_first_not_of(" \t\r\n", text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0);
+  if (open == std::string::npos || text[open] != '{') return boost::none;
+  const std::size_t quote = text.find_first_not_of(" \t\r\n", open + 1);
+  if (quote == std::string::npos) return boost::none;
+  for (const Domain domain : {Domain::kMetamodel, Domain::kAuthentication, Domain::kCli}) {
+    const std::string name = std::string("\"") + DomainName(domain) + "\"";
+    if (text.compare(quote, name.size(), name) == 0) return domain;
+  }
+  return boost::none;
+}
+
 bool ManagesSources(const std::string& service, const std::string& operation) {
   static const std::string kSourceServices[] = {
       std::string(kServicePrefix) + "metamodel.source",

@@ -26,6 +26,9 @@ enum class Domain { kMetamodel, kAuthentication, kCli };
 const char* DomainName(Domain domain);
 // The domain whose root member the document has; none for another document.
 boost::optional<Domain> DomainOf(const Ostra::Provider::Metadata::JsonDocument& document);
+// The domain that the first member of a text's root object names, for a text that does not parse
+// (a truncated document); none when it names none.
+boost::optional<Domain> DomainOfText(const std::string& text);
 
 // Whether `operation` of the service identified as `service` creates, deletes or reloads sources.
 bool ManagesSources(const std::string& service, const std::string& operation);

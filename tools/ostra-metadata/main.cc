@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <string>
@@ -23,7 +24,7 @@ constexpr const char* kHelp = R"(usage: ostra-metadata [SOURCES] [summary]
        ostra-metadata [SOURCES] serve --stdio
        ostra-metadata [SOURCES] serve --http [ADDR:]PORT [--threads N] [--watch]
                       [--allow-source-management --source-root DIR]
-       ostra-metadata check FILE...
+       ostra-metadata check [--format text|json|github] [--strict] FILE|DIR...
        ostra-metadata diff [--format text|json] [--fail-on breaking|dangerous|none] OLD NEW
 
 A host of the Ostra metadata services: it makes the Metamodel, Authentication and Cli stores,
@@ -34,7 +35,8 @@ Sources (repeatable; ID defaults to the file name without its extension):
   -a, --authentication [ID=]FILE   an Authentication document
   -c, --cli [ID=]FILE              a Cli document
   -d, --dir DIR                    every *.json file in DIR, its domain told by its root member
-                                   ("metamodel", "authentication" or "cli"); others are skipped
+                                   ("metamodel", "authentication" or "cli"); a file that is
+                                   not JSON fails to load, other documents are skipped
 
 Commands:
   summary      (the default) the sources with their fingerprints; components, packages,
@@ -46,11 +48,24 @@ Commands:
                authentication.source, ...). INPUT is a JSON object of the named inputs, for
                example '{"identity":{"path":"fleet","name":"vehicles"}}'. The result is printed
                as JSON on stdout; an error as {"kind": ..., "messages": [...]} on stderr.
-  check        parses each FILE once, loads it as a source of its own into the store of its
-               domain and prints every message; a JSON syntax error is shown with its line and
-               column. Given files of several domains, it
-               also reports Cli commands and Authentication entries naming services or operations
-               that no Metamodel file defines.
+  check        loads each FILE, and each *.json file of each DIR, as a source of its own and
+               reports each finding as FILE:LINE:COL (columns in characters), severity, message
+               and [ID], then the JSON Pointer of the value and a suggestion (the member or text
+               meant, the texts allowed, the schemes the component defines). Errors: what fails
+               a load (the library's message id) or costs a loaded document a part of it
+               (section-dropped), a file that is not JSON (the domain's parse error id, or
+               syntax-error), that cannot be read (unreadable), or that is not a metadata
+               document (unknown-member; a warning inside a DIR). Warnings: unknown-member,
+               duplicate-name, invalid-utf8 and, across the documents, unresolved-reference
+               (types and errors), undeclared-namespace (Cli commands), unknown-operation (Cli
+               commands and Authentication entries, when a Metamodel document loaded).
+               --format json prints {"files": [{"file", "domain", "fingerprint", "loaded"}],
+               "findings": [{"file", "line", "column", "pointer", "severity", "id", "message",
+               "suggestion"}], "omitted"}, the fingerprint being the one the store reports for
+               the source; --format github one workflow command (::error or ::warning) per
+               finding. Files over 256 MiB are not read; past 1000 findings of a file, warnings
+               are counted ("omitted"), not listed. Exit status 3 on an error, else 2 with
+               --strict and a warning, else 0.
   diff         compares two models, OLD and NEW, each a metadata document or a directory
                of them (read as --dir reads one), and lists what changed, one change per line
                sorted by path: its level (breaking, dangerous or safe), domain, rule, path, and
@@ -91,8 +106,8 @@ Commands:
                reload that kept the old data. SIGINT or SIGTERM: stop accepting, answer the
                requests received, exit 0.
 
-Exit status: 0 success, 1 usage, 2 the operation failed (check: the domains disagree; diff:
-a change at or above --fail-on), 3 a source failed to load.
+Exit status: 0 success, 1 usage, 2 the operation failed (check --strict: a warning; diff: a
+change at or above --fail-on), 3 a source failed to load (check: an error).
 )";
 
 int UsageError(const std::string& problem) {
@@ -119,17 +134,27 @@ Source ParseSource(Domain domain, const std::string& text) {
 }
 
 // A file parsed once, as a source whose domain its root member tells; none for a file that is not
-// a metadata document. `parsed` is null when the file cannot be read.
+// a metadata document. `parsed` is null when the file cannot be read. A file that does not parse
+// is a source of the domain its text begins with, so that its load fails with that domain's
+// parse error.
 boost::optional<Source> SniffSource(
     const std::filesystem::path& file,
     std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> parsed) {
-  const auto domain = parsed ? DomainOf(*parsed->document) : boost::none;
+  auto domain = parsed ? DomainOf(*parsed->document) : boost::none;
+  if (parsed && parsed->document->HasParseError()) {
+    std::ifstream in(file, std::ios::binary);
+    std::string head(4096, '\0');
+    in.read(&head[0], static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(in.gcount()));
+    domain = DomainOfText(head);
+  }
   if (!domain) return boost::none;
   return Source{*domain, file.stem().string(), file.string(), std::move(parsed)};
 }
 
-// The *.json files of a directory, by name, whose root member tells a domain.
-bool ScanDirectory(const std::string& dir, std::vector<Source>& sources) {
+// The *.json files of a directory, by name, whose root member tells a domain. kUsage when the
+// directory cannot be read, kLoadFailed when a file is not JSON (and tells no domain).
+int ScanDirectory(const std::string& dir, std::vector<Source>& sources) {
   std::error_code error;
   std::vector<std::filesystem::path> files;
   for (const auto& entry : std::filesystem::directory_iterator(dir, error)) {
@@ -139,18 +164,27 @@ bool ScanDirectory(const std::string& dir, std::vector<Source>& sources) {
   }
   if (error) {
     std::cerr << "ostra-metadata: " << dir << ": " << error.message() << "\n";
-    return false;
+    return kUsage;
   }
   std::sort(files.begin(), files.end());
+  int status = kOk;
   for (const auto& file : files) {
-    auto source = SniffSource(file, ParseFile(file.string()));
+    auto parsed = ParseFile(file.string());
+    const bool broken = !parsed || parsed->document->HasParseError();
+    auto source = SniffSource(file, std::move(parsed));
+    if (!source && broken) {
+      // Not JSON (a truncated document, say): it cannot be told apart from a metadata document.
+      std::cerr << "ostra-metadata: " << file.string() << ": not JSON, and not read\n";
+      status = kLoadFailed;
+      continue;
+    }
     if (!source) {
       std::cerr << "ostra-metadata: " << file.string() << ": not a metadata document, skipped\n";
       continue;
     }
     sources.push_back(std::move(*source));
   }
-  return true;
+  return status;
 }
 
 // Loads every source into `host`, printing what fails; kLoadFailed when one does.
@@ -172,7 +206,7 @@ int LoadSources(Host& host, const std::vector<Source>& sources) {
 int LoadDiffSide(const std::string& path, Host& host) {
   std::vector<Source> sources;
   if (std::filesystem::is_directory(path)) {
-    if (!ScanDirectory(path, sources)) return kLoadFailed;
+    if (ScanDirectory(path, sources) != kOk) return kLoadFailed;
   } else {
     auto parsed = ParseFile(path);
     const bool read = parsed != nullptr;
@@ -282,7 +316,12 @@ int ServeCommand(const Invocation& run) {
 }
 
 int CheckCommand(const Invocation& run) {
-  return Check(run.args, std::cout);
+  CheckOptions check;
+  if (!ParseCheckFormat(run.options.Value("format").value_or("text"), check)) {
+    return UsageError("--format of check is text, json or github");
+  }
+  check.strict = run.options.Value("strict").has_value();
+  return Check(run.args, check, std::cout);
 }
 
 int DiffCommand(const Invocation& run) {
@@ -319,7 +358,13 @@ const Command kCommands[] = {
      "serve takes no arguments",
      {"stdio", "http", "threads", "watch", "allow-source-management", "source-root"},
      ServeCommand},
-    {"check", false, 1, SIZE_MAX, "check needs at least one FILE", {}, CheckCommand},
+    {"check",
+     false,
+     1,
+     SIZE_MAX,
+     "check needs at least one FILE or DIR",
+     {"format", "strict"},
+     CheckCommand},
     {"diff", false, 2, 2, "diff needs OLD and NEW", {"format", "fail-on"}, DiffCommand},
 };
 
@@ -338,6 +383,7 @@ int main(int argc, char** argv) {
                             {"source-root", required_argument, nullptr, 0},
                             {"format", required_argument, nullptr, 0},
                             {"fail-on", required_argument, nullptr, 0},
+                            {"strict", no_argument, nullptr, 0},
                             {"help", no_argument, nullptr, 'h'},
                             {nullptr, 0, nullptr, 0}};
   Options given;
@@ -358,7 +404,7 @@ int main(int argc, char** argv) {
         given.sources.push_back(ParseSource(Domain::kCli, optarg));
         break;
       case 'd':
-        if (!ScanDirectory(optarg, given.sources)) return kUsage;
+        if (const int status = ScanDirectory(optarg, given.sources)) return status;
         break;
       case 'h':
         std::cout << kHelp;

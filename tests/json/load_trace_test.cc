@@ -1,0 +1,146 @@
+#include "ostra/json/load_trace.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "ostra/metadata_services.h"
+#include "test_store.h"
+
+namespace {
+
+using namespace Ostra::Provider::Metadata;
+
+// Loads `text` into a fresh store of the domain its root member names, under a trace; answers
+// the pointer of the fault recorded (with "@" for a member name), its id, and whether the load
+// succeeded.
+struct Traced {
+  std::string pointer, id;
+  bool loaded;
+};
+Traced Load(const std::string& text) {
+  std::istringstream in(text);
+  Messages none;
+  auto parsed = ParseStream(in, none);
+  LoadTrace trace;
+  std::shared_ptr<const Ostra::Data::ErrorValue> error;
+  if (text.find("\"metamodel\"") != std::string::npos) {
+    error = Metamodel::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
+        "s", *parsed, OstraTest::FileSpec("x.json"));
+  } else if (text.find("\"authentication\"") != std::string::npos) {
+    error = Authentication::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
+        "s", *parsed,
+        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec>(
+            "x.json"));
+  } else {
+    error = Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
+        "s", *parsed,
+        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
+  }
+  if (trace.Entries().empty()) return {"(nothing)", "", error == nullptr};
+  // The fault: the last message that is not about an absent member, else the last one.
+  auto last = trace.Entries().back();
+  for (const auto& entry : trace.Entries()) {
+    if (entry.message.GetId() != kMissingFieldId) last = entry;
+  }
+  const JsonPlace place = LocateValues(*parsed->document, {last.at}).front();
+  return {place.found ? place.pointer + (place.name ? "@" : "") : "(no place)",
+          last.message.GetId(), error == nullptr};
+}
+
+TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
+  const std::string component = R"("name":"k","documentation":"","metadata":{},)";
+  const std::string structure =
+      R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{},"enumerations":[],)";
+  const auto package = [&](const std::string& structures) {
+    return R"({"metamodel":{"component":{)" + component +
+           R"("packages":[{"name":"p","documentation":"","metadata":{},"enumerations":[],)"
+           R"("services":[],"structures":[)" +
+           structures + "]}]}}}";
+  };
+  const struct {
+    std::string text, pointer, id;
+    bool loaded;
+  } cases[] = {
+      {R"({"metamodel":{"component":{"name":"k","documentaton":""}}})", "/metamodel/component",
+       "ostra.metadata.json.missing.field", false},
+      {package(structure + R"("constants":[],"fields":[{"name":"f","documentation":"",)"
+                           R"("metadata":{},"type":{"category":"GENERIC","generic_type":"LIST",)"
+                           R"("element_type":{"category":"BUILTIN","primitive_type":"INT"}}}]})"),
+       "/metamodel/component/packages/0/structures/0/fields/0/type/element_type/primitive_type",
+       "ostra.metadata.json.invalid.enum.value", false},
+      // A constant without a string form fails without a message; the trace still places it.
+      {package(structure + R"("constants":[{"name":"C","documentation":"","type":)"
+                           R"({"category":"PRIMITIVE","type":"LONG"},"value":"1"}],"fields":[]})"),
+       "/metamodel/component/packages/0/structures/0/constants/0/value", "", false},
+      {package(R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{"a/b~":7}})"),
+       "/metamodel/component/packages/0/structures/0/metadata/a~1b~0",
+       "ostra.metadata.json.invalid.field", false},
+      {R"({"cli":[{"type":"namespace","path":"","name":"n","description":""},{"type":"Command"}]})",
+       "/cli/1/type", "ostra.metadata.cli.json.invalid.node.type", false},
+      {R"({"cli":[{"type":"command","path":"","name":"n","description":"","node_metadata":)"
+       R"({"service_id":"s","operation_id":"o","options":[{"long_option":"x"}]}}]})",
+       "/cli/0/node_metadata/options/0", "ostra.metadata.json.missing.field", false},
+      // A failed section leaves the document loaded (without the section); the fault is recorded.
+      {R"({"authentication":{"product":{"name":"p","schemes":{},"services":{"a.s":["x"]}},)"
+       R"("component":{"name":"c"}}})",
+       "/authentication/product/services/a.s/0",
+       "ostra.metadata.authentication.json.unknown.schema.name", true},
+      {R"({"authentication":{"component":{"name":"c","operations":{"a.s.o":[],"nodot":[]}}}})",
+       "/authentication/component/operations/nodot@",
+       "ostra.metadata.authentication.json.invalid.operation.id", true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const Traced traced = Load(c.text);
+    EXPECT_EQ(traced.pointer, c.pointer);
+    EXPECT_EQ(traced.id, c.id);
+    EXPECT_EQ(traced.loaded, c.loaded);
+  }
+}
+
+TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
+  const std::string bad = R"({"cli":{}})";
+  std::istringstream in(bad);
+  Messages none;
+  auto parsed = ParseStream(in, none);
+  const auto load = [&parsed]() {
+    Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
+        "s", *parsed,
+        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
+  };
+  load();  // no trace: nothing to record into
+  LoadTrace outer;
+  {
+    LoadTrace inner;
+    load();
+    EXPECT_EQ(inner.Entries().size(), 1u);
+  }
+  EXPECT_TRUE(outer.Entries().empty());
+  load();
+  ASSERT_EQ(outer.Entries().size(), 1u);
+  EXPECT_EQ(outer.Entries().front().message.GetDefaultMessage(), "Unknown message.");
+}
+
+TEST(LoadTrace, LocatesRepeatedNamesByPositionAndMissesForeignValues) {
+  JsonDocument document;
+  document.Parse(R"({"a":[1,{"b":2,"b":3}],"":{"~":4}})");
+  const auto& a = document["a"];
+  const auto& inner = a[1];
+  const JsonValue foreign(5);
+  const auto places =
+      LocateValues(document, {&(inner.MemberBegin() + 1)->value, &(inner.MemberBegin() + 1)->name,
+                              &document[""]["~"], &document, &foreign, nullptr});
+  EXPECT_EQ(places[0].pointer, "/a/1/b");
+  EXPECT_EQ(places[0].steps, (std::vector<std::size_t>{0, 1, 1}));
+  EXPECT_FALSE(places[0].name);
+  EXPECT_TRUE(places[1].name);
+  EXPECT_EQ(places[1].steps, places[0].steps);
+  EXPECT_EQ(places[2].pointer, "//~0");
+  EXPECT_TRUE(places[3].found);
+  EXPECT_EQ(places[3].pointer, "");
+  EXPECT_FALSE(places[4].found);
+  EXPECT_FALSE(places[5].found);
+}
+
+}  // namespace
