@@ -17,7 +17,6 @@
 // take (const JsonValue&, Map&, Messages&) and return a bool.
 #pragma once
 
-#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,7 +25,6 @@
 
 #include <boost/optional.hpp>
 
-#include "ostra/core/base_message.h"
 #include "ostra/core/enum.h"
 #include "ostra/provider/messages.h"
 #include "ostra/provider/parsed_metadata.h"
@@ -34,8 +32,6 @@
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
-
-using Messages = std::list<BaseMessage>;
 
 constexpr const char* kMissingFieldId = "ostra.metadata.json.missing.field";
 constexpr const char* kInvalidFieldId = "ostra.metadata.json.invalid.field";
