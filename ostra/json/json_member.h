@@ -67,6 +67,25 @@ typename Value::ConstMemberIterator FindMember(const Value& object, const char* 
 // value may be given: one that is not an object has no members. The wrappers look members up here.
 const JsonValue* FindMemberValue(const JsonValue& object, const char* name, Messages& messages);
 
+// Whether a value in hand has JSON type `type` (string, array or object); otherwise records
+// Ids::kInvalidField with `name`.
+template <class Ids = JsonIds, class Name>
+bool CheckType(const JsonValue& value, rapidjson::Type type, const Name& name, Messages& messages) {
+  if (value.GetType() == type) return true;
+  AddMessage(messages, Ids::kInvalidField, name);
+  return false;
+}
+
+// The value of member `name` when it has JSON type `type`; otherwise null, with the message of a
+// missing member or of a wrong type. Nothing is copied.
+template <class Ids = JsonIds>
+const JsonValue* FindTypedMember(const JsonValue& object, const char* name, rapidjson::Type type,
+                                 Messages& messages) {
+  const JsonValue* member = FindMemberValue(object, name, messages);
+  if (member == nullptr || CheckType<Ids>(*member, type, name, messages)) return member;
+  return nullptr;
+}
+
 // Upper case under the default locale, as enumeration texts are compared.
 std::string ToUpper(std::string text);
 
@@ -142,10 +161,7 @@ void AddElement(C& container, E&& element) {
 template <class T, class Converter = ParseString, class Ids = JsonIds>
 bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages& messages,
                      Converter convert = Converter()) {
-  if (!value.IsString()) {
-    AddMessage(messages, Ids::kInvalidField, name);
-    return false;
-  }
+  if (!CheckType<Ids>(value, rapidjson::kStringType, name, messages)) return false;
   if constexpr (Detail::IsEnum<T>::value) {
     out = convert(ToUpper(ValToString(value)));
     return CheckEnum(out, name, messages);
@@ -160,10 +176,7 @@ bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages&
 template <class C, class ElementParser, class Ids = JsonIds>
 bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementParser parse,
                     Messages& messages) {
-  if (!value.IsArray()) {
-    AddMessage(messages, Ids::kInvalidField, name);
-    return false;
-  }
+  if (!CheckType<Ids>(value, rapidjson::kArrayType, name, messages)) return false;
   for (const auto& element : value.GetArray()) {
     auto parsed = parse(element, messages);
     if constexpr (std::is_same_v<decltype(parsed), bool>) {
@@ -175,19 +188,6 @@ bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementPar
   }
   return true;
 }
-
-// Element parser of string arrays: each element must be a string.
-template <class Ids = JsonIds>
-struct StringElement {
-  const char* name;
-  boost::optional<std::string> operator()(const JsonValue& element, Messages& messages) const {
-    if (!element.IsString()) {
-      AddMessage(messages, Ids::kInvalidField, name);
-      return boost::none;
-    }
-    return ValToString(element);
-  }
-};
 
 // Shared frame of the wrappers: the flag and the value.
 template <class T>
@@ -246,11 +246,8 @@ bool ReadObjectMember(const JsonValue& object, const char* name, bool required, 
                       Fill& fill, Messages& messages) {
   const JsonValue* member = FindMemberValue(object, name, messages);
   if (member == nullptr) return !required;
-  if (!member->IsObject()) {
-    AddMessage(messages, Ids::kInvalidField, name);
-    return false;
-  }
-  return ApplyObject(*member, value, fill, messages);
+  return CheckType<Ids>(*member, rapidjson::kObjectType, name, messages) &&
+         ApplyObject(*member, value, fill, messages);
 }
 
 // Reads an array member element by element; an absent member is a failure only when required.
@@ -318,6 +315,123 @@ class JsonOptArrayMember : public JsonReading<C> {
   JsonOptArrayMember(const JsonValue& object, const char* name, ElementParser parse,
                      Messages& messages) {
     this->ok_ = Detail::ReadArrayMember<Ids>(object, name, false, this->value_, parse, messages);
+  }
+};
+
+// The base of a domain parser: reads a record member by member, each into its field, so that the
+// reading of a record is the table of its document:
+//
+//   return Text(json, "name", info.name) && OptText(json, "short_option", info.short_option) &&
+//          OptArray(json, "options", info.options, &Reader::ParseOptionInfo);
+//
+// Each reader records its messages as the wrappers above do (a wrong JSON type under
+// Ids::kInvalidField) and answers whether it succeeded, so that the first failure ends the chain;
+// on failure a field may hold part of what was read, and the caller drops the record. Element
+// parsers and object readers take the JSON value alone, as a member function of Derived or any
+// callable; they answer a bool, or a pointer or optional (empty: failure) that is stored.
+template <class Derived, class Ids = JsonIds>
+class RecordReader {
+ protected:
+  explicit RecordReader(Messages& messages) : messages_(messages) {}
+
+  // A required string member.
+  bool Text(const JsonValue& json, const char* name, std::string& out) {
+    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kStringType, messages_);
+    if (member != nullptr) out = ValToString(*member);
+    return member != nullptr;
+  }
+  // A required string member left in the document: `out` points at it.
+  bool TextRef(const JsonValue& json, const char* name, const JsonValue*& out) {
+    out = FindTypedMember<Ids>(json, name, rapidjson::kStringType, messages_);
+    return out != nullptr;
+  }
+  // An optional string member: absent leaves `out` as it was.
+  bool OptText(const JsonValue& json, const char* name, boost::optional<std::string>& out) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    if (member == nullptr) return true;
+    if (!CheckType<Ids>(*member, rapidjson::kStringType, name, messages_)) return false;
+    out = ValToString(*member);
+    return true;
+  }
+  // A required enumeration member: its upper-cased text through `convert`, then CheckEnum.
+  template <class E, class Converter = ParseEnum<E>>
+  bool Enumerated(const JsonValue& json, const char* name, E& out,
+                  Converter convert = Converter()) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member != nullptr &&
+           JsonParseString<E, Converter, Ids>(*member, name, out, messages_, convert);
+  }
+
+  // A value in hand that must be an object; `name` is what a fault is reported under.
+  bool CheckObject(const JsonValue& value, const char* name) {
+    return CheckType<Ids>(value, rapidjson::kObjectType, name, messages_);
+  }
+  // A required object member that `read` reads.
+  template <class Read>
+  bool Object(const JsonValue& json, const char* name, Read read) {
+    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kObjectType, messages_);
+    return member != nullptr && Store(*member, read);
+  }
+  // A required object member whose record `read` makes into `out`.
+  template <class T, class Read>
+  bool Object(const JsonValue& json, const char* name, T& out, Read read) {
+    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kObjectType, messages_);
+    return member != nullptr && Store(*member, read, &out);
+  }
+  // An optional object member that `read` reads: absent is success.
+  template <class Read>
+  bool OptObject(const JsonValue& json, const char* name, Read read) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member == nullptr || (CheckObject(*member, name) && Store(*member, read));
+  }
+  // A required array member whose elements `read` reads; a list keeps document order, a map
+  // stores by name and keeps the first record of a name (see JsonParseArray).
+  template <class C, class Read>
+  bool Array(const JsonValue& json, const char* name, C& out, Read read) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member != nullptr && Elements(*member, name, out, read);
+  }
+  template <class Read>
+  bool Array(const JsonValue& json, const char* name, Read read) {
+    bool unused = false;
+    return Array(json, name, unused, read);
+  }
+  // An optional array member: absent is success with `out` as it was.
+  template <class C, class Read>
+  bool OptArray(const JsonValue& json, const char* name, C& out, Read read) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member == nullptr || Elements(*member, name, out, read);
+  }
+
+  Messages& messages_;
+
+ private:
+  template <class Read>
+  decltype(auto) Call(Read& read, const JsonValue& value) {
+    if constexpr (std::is_member_function_pointer_v<Read>) {
+      return (static_cast<Derived*>(this)->*read)(value);
+    } else {
+      return read(value);
+    }
+  }
+  // Runs `read` over an object; a result that is not a bool is stored in `out`.
+  template <class Read, class T = bool>
+  bool Store(const JsonValue& object, Read& read, T* out = nullptr) {
+    auto result = Call(read, object);
+    if constexpr (std::is_same_v<decltype(result), bool>) {
+      return result;
+    } else {
+      const bool ok = static_cast<bool>(result);
+      *out = std::move(result);
+      return ok;
+    }
+  }
+  template <class C, class Read>
+  bool Elements(const JsonValue& array, const char* name, C& out, Read& read) {
+    const auto element = [this, &read](const JsonValue& value, Messages&) {
+      return Call(read, value);
+    };
+    return JsonParseArray<C, decltype(element), Ids>(array, name, out, element, messages_);
   }
 };
 
