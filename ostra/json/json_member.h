@@ -10,9 +10,11 @@
 //     name, not the text).
 // Enumeration texts are upper-cased first, so they are case-insensitive; member names are not.
 //
-// Member wrappers do their work when constructed and then hold a success flag (explicit operator
-// bool) and the value (Value(), Take()). Parsers read the members of a record in order and stop at
-// the first wrapper that failed. Converters and element parsers are callables of
+// In reading order: the message ids and lookups; the readers of a value in hand (JsonParseString,
+// JsonParseArray); the member wrappers, which do their work when constructed and then hold a
+// success flag (explicit operator bool) and the value (Value(), Take()); and RecordReader, the base
+// of the domain parsers, which reads each record as one chain of member reads through the same
+// functions and stops at the first that fails. Converters and element parsers are callables of
 // (const JsonValue&, Messages&) returning a shared pointer (null = failure) or a bool; map fillers
 // take (const JsonValue&, Map&, Messages&) and return a bool.
 #pragma once
@@ -230,11 +232,8 @@ class JsonOptMember<boost::optional<std::string>, Ids>
  public:
   JsonOptMember(const JsonValue& object, const char* name, Messages& messages) {
     const JsonValue* member = FindMemberValue(object, name, messages);
-    ok_ = true;
-    if (member == nullptr) return;
-    std::string text;
-    ok_ = JsonParseString<std::string, ParseString, Ids>(*member, name, text, messages);
-    if (ok_) value_ = std::move(text);
+    ok_ = member == nullptr || JsonParseString<boost::optional<std::string>, ParseString, Ids>(
+                                   *member, name, value_, messages);
   }
 };
 
@@ -336,9 +335,9 @@ class RecordReader {
 
   // A required string member.
   bool Text(const JsonValue& json, const char* name, std::string& out) {
-    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kStringType, messages_);
-    if (member != nullptr) out = ValToString(*member);
-    return member != nullptr;
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member != nullptr &&
+           JsonParseString<std::string, ParseString, Ids>(*member, name, out, messages_);
   }
   // A required string member left in the document: `out` points at it.
   bool TextRef(const JsonValue& json, const char* name, const JsonValue*& out) {
@@ -348,10 +347,8 @@ class RecordReader {
   // An optional string member: absent leaves `out` as it was.
   bool OptText(const JsonValue& json, const char* name, boost::optional<std::string>& out) {
     const JsonValue* member = FindMemberValue(json, name, messages_);
-    if (member == nullptr) return true;
-    if (!CheckType<Ids>(*member, rapidjson::kStringType, name, messages_)) return false;
-    out = ValToString(*member);
-    return true;
+    return member == nullptr || JsonParseString<boost::optional<std::string>, ParseString, Ids>(
+                                    *member, name, out, messages_);
   }
   // A required enumeration member: its upper-cased text through `convert`, then CheckEnum.
   template <class E, class Converter = ParseEnum<E>>
@@ -366,72 +363,56 @@ class RecordReader {
   bool CheckObject(const JsonValue& value, const char* name) {
     return CheckType<Ids>(value, rapidjson::kObjectType, name, messages_);
   }
-  // A required object member that `read` reads.
+  // A required object member that `read` reads, or whose record it makes into `out`.
   template <class Read>
   bool Object(const JsonValue& json, const char* name, Read read) {
-    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kObjectType, messages_);
-    return member != nullptr && Store(*member, read);
+    bool unused = false;
+    return Object(json, name, unused, read);
   }
-  // A required object member whose record `read` makes into `out`.
   template <class T, class Read>
   bool Object(const JsonValue& json, const char* name, T& out, Read read) {
-    const JsonValue* member = FindTypedMember<Ids>(json, name, rapidjson::kObjectType, messages_);
-    return member != nullptr && Store(*member, read, &out);
+    auto fill = Bind(read);
+    return Detail::ReadObjectMember<Ids>(json, name, true, out, fill, messages_);
   }
   // An optional object member that `read` reads: absent is success.
   template <class Read>
   bool OptObject(const JsonValue& json, const char* name, Read read) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
-    return member == nullptr || (CheckObject(*member, name) && Store(*member, read));
+    bool unused = false;
+    auto fill = Bind(read);
+    return Detail::ReadObjectMember<Ids>(json, name, false, unused, fill, messages_);
   }
   // A required array member whose elements `read` reads; a list keeps document order, a map
   // stores by name and keeps the first record of a name (see JsonParseArray).
-  template <class C, class Read>
-  bool Array(const JsonValue& json, const char* name, C& out, Read read) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
-    return member != nullptr && Elements(*member, name, out, read);
-  }
   template <class Read>
   bool Array(const JsonValue& json, const char* name, Read read) {
     bool unused = false;
     return Array(json, name, unused, read);
   }
+  template <class C, class Read>
+  bool Array(const JsonValue& json, const char* name, C& out, Read read) {
+    auto parse = Bind(read);
+    return Detail::ReadArrayMember<Ids>(json, name, true, out, parse, messages_);
+  }
   // An optional array member: absent is success with `out` as it was.
   template <class C, class Read>
   bool OptArray(const JsonValue& json, const char* name, C& out, Read read) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
-    return member == nullptr || Elements(*member, name, out, read);
+    auto parse = Bind(read);
+    return Detail::ReadArrayMember<Ids>(json, name, false, out, parse, messages_);
   }
 
   Messages& messages_;
 
  private:
+  // `read` as the wrappers call converters: with the value and the message list.
   template <class Read>
-  decltype(auto) Call(Read& read, const JsonValue& value) {
-    if constexpr (std::is_member_function_pointer_v<Read>) {
-      return (static_cast<Derived*>(this)->*read)(value);
-    } else {
-      return read(value);
-    }
-  }
-  // Runs `read` over an object; a result that is not a bool is stored in `out`.
-  template <class Read, class T = bool>
-  bool Store(const JsonValue& object, Read& read, T* out = nullptr) {
-    auto result = Call(read, object);
-    if constexpr (std::is_same_v<decltype(result), bool>) {
-      return result;
-    } else {
-      const bool ok = static_cast<bool>(result);
-      *out = std::move(result);
-      return ok;
-    }
-  }
-  template <class C, class Read>
-  bool Elements(const JsonValue& array, const char* name, C& out, Read& read) {
-    const auto element = [this, &read](const JsonValue& value, Messages&) {
-      return Call(read, value);
+  auto Bind(Read& read) {
+    return [this, &read](const JsonValue& value, Messages&) -> decltype(auto) {
+      if constexpr (std::is_member_function_pointer_v<Read>) {
+        return (static_cast<Derived*>(this)->*read)(value);
+      } else {
+        return read(value);
+      }
     };
-    return JsonParseArray<C, decltype(element), Ids>(array, name, out, element, messages_);
   }
 };
 
