@@ -277,16 +277,13 @@ std::pair<std::string_view, std::string_view> JsonMetadataParser::SplitFqdn(std:
 
 bool JsonMetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callback,
                                       Messages& messages) {
-  JsonDocument document;
-  ParseJson(in, document);
-  return LoadMetadataFromDoc(document, callback, messages);
+  return Reader::Read(in, kParseErrorId, callback, messages);
 }
 
 bool JsonMetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
                                              const RegisterCallbacks& callback,
                                              Messages& messages) {
-  return CheckParsed(document, kParseErrorId, messages) &&
-         Reader(callback, messages).Document(document);
+  return Reader::Read(document, kParseErrorId, callback, messages);
 }
 
 }  // namespace Authentication

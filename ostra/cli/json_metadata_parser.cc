@@ -173,15 +173,12 @@ class Reader : public RecordReader<Reader, CliIds> {
 
 bool MetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
                                   Messages& messages) {
-  JsonDocument document;
-  ParseJson(in, document);
-  return LoadMetadataFromDoc(document, callbacks, messages);
+  return Reader::Read(in, kParseErrorId, callbacks, messages);
 }
 
 bool MetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
                                          const RegisterCallbacks& callbacks, Messages& messages) {
-  return CheckParsed(document, kParseErrorId, messages) &&
-         Reader(callbacks, messages).Document(document);
+  return Reader::Read(document, kParseErrorId, callbacks, messages);
 }
 
 }  // namespace Cli

@@ -19,6 +19,7 @@
 // take (const JsonValue&, Map&, Messages&) and return a bool.
 #pragma once
 
+#include <istream>
 #include <map>
 #include <memory>
 #include <string>
@@ -330,6 +331,24 @@ class JsonOptArrayMember : public JsonReading<C> {
 // callable; they answer a bool, or a pointer or optional (empty: failure) that is stored.
 template <class Derived, class Ids = JsonIds>
 class RecordReader {
+ public:
+  // Reads a document with a Derived made of (callbacks, messages), through its Document(root)
+  // step. A document that failed to parse gives its parse-error message ({1} code, {2} offset)
+  // alone. The stream form parses `in` first.
+  template <class Callbacks>
+  static bool Read(const JsonDocument& document, const char* parseErrorId,
+                   const Callbacks& callbacks, Messages& messages) {
+    return CheckParsed(document, parseErrorId, messages) &&
+           Derived(callbacks, messages).Document(document);
+  }
+  template <class Callbacks>
+  static bool Read(std::istream& in, const char* parseErrorId, const Callbacks& callbacks,
+                   Messages& messages) {
+    JsonDocument document;
+    ParseJson(in, document);
+    return Read(document, parseErrorId, callbacks, messages);
+  }
+
  protected:
   explicit RecordReader(Messages& messages) : messages_(messages) {}
 

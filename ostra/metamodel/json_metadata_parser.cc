@@ -592,16 +592,13 @@ class Reader : public RecordReader<Reader> {
 
 bool JsonMetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
                                       Messages& messages) {
-  JsonDocument document;
-  ParseJson(in, document);
-  return LoadMetadataFromDoc(document, callbacks, messages);
+  return Reader::Read(in, kParseErrorId, callbacks, messages);
 }
 
 bool JsonMetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
                                              const RegisterCallbacks& callbacks,
                                              Messages& messages) {
-  if (!CheckParsed(document, kParseErrorId, messages)) return false;
-  return Reader(callbacks, messages).Document(document);
+  return Reader::Read(document, kParseErrorId, callbacks, messages);
 }
 
 }  // namespace Metamodel
