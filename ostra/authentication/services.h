@@ -14,18 +14,19 @@ namespace Authentication {
 
 namespace ComponentSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ComponentSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::ComponentSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListComponents;
+  static constexpr auto kGet = &Container::ComponentInfo;
+  // A missing component is reported with the Metamodel domain's message id.
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.component.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& componentId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::ComponentData>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
+
   void Fingerprint(const std::string& componentId,
                    const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
                    const Ostra::AsyncResult<std::string>& result) override;
@@ -35,34 +36,34 @@ class AsyncServiceImpl final
 
 namespace PackageSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::PackageSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::PackageSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListPackages;
+  static constexpr auto kGet = &Container::PackageInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.authentication.package.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& packageId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::PackageInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace PackageSvc
 
 namespace ServiceSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ServiceSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::ServiceSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListServices;
+  static constexpr auto kGet = &Container::ServiceInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.authentication.service.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& serviceId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::ServiceInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace ServiceSvc

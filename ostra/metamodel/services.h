@@ -14,18 +14,18 @@ namespace Metamodel {
 
 namespace ComponentSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ComponentSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::ComponentSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListComponents;
+  static constexpr auto kGet = &Container::ComponentInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.component.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& componentId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::ComponentData>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
+
   void Fingerprint(const std::string& componentId,
                    const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
                    const Ostra::AsyncResult<std::string>& result) override;
@@ -35,34 +35,34 @@ class AsyncServiceImpl final
 
 namespace PackageSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::PackageSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::PackageSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListPackages;
+  static constexpr auto kGet = &Container::PackageInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.package.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& packageId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::PackageInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace PackageSvc
 
 namespace ServiceSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ServiceSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::ServiceSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListServices;
+  static constexpr auto kGet = &Container::ServiceInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.service.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& serviceId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::ServiceInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace ServiceSvc
@@ -106,36 +106,34 @@ class AsyncServiceImpl final
 
 namespace EnumerationSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::EnumerationSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::EnumerationSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListEnumerations;
+  static constexpr auto kGet = &Container::EnumerationInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.enumeration.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& enumerationId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::EnumerationInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace EnumerationSvc
 
 namespace StructureSvc {
 
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::StructureSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
+struct Lookup {
+  using Interface = Binding::StructureSvc::AsyncServiceInterface;
+  using Container = MetadataContainer;
+  static constexpr auto kList = &Container::ListStructures;
+  static constexpr auto kGet = &Container::StructureInfo;
+  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.structure.not.found";
+};
 
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& structureId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::StructureInfo>>& result) override;
+class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
+ public:
+  using ListGetAdapter::ListGetAdapter;
 };
 
 }  // namespace StructureSvc

@@ -5,6 +5,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include <boost/optional.hpp>
@@ -62,6 +63,27 @@ void CompleteOrNotFound(const AsyncResult<T>& result, boost::optional<T> value, 
     result(std::move(*value));
   }
 }
+
+// A service over one kind of keyed record: List() names every record the store lists, Get(id)
+// answers one, or NotFound with the catalogue message Lookup::kNotFoundId naming `id`. Lookup
+// tells the Interface, the Container and the two store calls, kList and kGet.
+template <class Impl, class Lookup>
+class ListGetAdapter
+    : public ServiceAdapter<Impl, typename Lookup::Interface, typename Lookup::Container> {
+ public:
+  using Activation = std::shared_ptr<Core::AsyncActivation>;
+  using Record = std::invoke_result_t<decltype(Lookup::kGet), const typename Lookup::Container&,
+                                      const std::string&>;
+  using ServiceAdapter<Impl, typename Lookup::Interface,
+                       typename Lookup::Container>::ServiceAdapter;
+
+  void List(const Activation&, const AsyncResult<std::list<std::string>>& result) override {
+    result(((*this->container_).*Lookup::kList)());
+  }
+  void Get(const std::string& id, const Activation&, const AsyncResult<Record>& result) override {
+    CompleteOrNotFound(result, ((*this->container_).*Lookup::kGet)(id), Lookup::kNotFoundId, id);
+  }
+};
 
 // A source mutation: an error completes the result; success leaves it uncompleted unless
 // `completeOnSuccess` (the Cli source service completes it with the empty value).
