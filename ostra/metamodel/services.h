@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "ostra/metamodel/metadata_container.h"
-#include "ostra/provider/service_adapter.h"
+#include "ostra/provider/tree_services.h"
 #include "ostra/std_bindings/metamodel_services.h"
 
 namespace Ostra {
@@ -12,79 +12,34 @@ namespace Provider {
 namespace Metadata {
 namespace Metamodel {
 
-namespace ComponentSvc {
-
-struct Lookup {
-  using Interface = Binding::ComponentSvc::AsyncServiceInterface;
+// The model tree of this domain (see tree_services.h).
+struct Tree {
   using Container = MetadataContainer;
-  static constexpr auto kList = &Container::ListComponents;
-  static constexpr auto kGet = &Container::ComponentInfo;
-  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.component.not.found";
+  using ComponentInterface = Binding::ComponentSvc::AsyncServiceInterface;
+  using PackageInterface = Binding::PackageSvc::AsyncServiceInterface;
+  using ServiceInterface = Binding::ServiceSvc::AsyncServiceInterface;
+  using OperationInterface = Binding::Service::OperationSvc::AsyncServiceInterface;
+  static constexpr const char* kComponentNotFoundId = "ostra.metada.metamodel.component.not.found";
+  static constexpr const char* kPackageNotFoundId = "ostra.metada.metamodel.package.not.found";
+  static constexpr const char* kServiceNotFoundId = "ostra.metada.metamodel.service.not.found";
+  static constexpr const char* kOperationNotFoundId = "ostra.metada.metamodel.operation.not.found";
 };
 
-class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
- public:
-  using ListGetAdapter::ListGetAdapter;
-
-  void Fingerprint(const std::string& componentId,
-                   const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-                   const Ostra::AsyncResult<std::string>& result) override;
-};
-
+namespace ComponentSvc {
+using AsyncServiceImpl = ComponentService<Tree>;
 }  // namespace ComponentSvc
 
 namespace PackageSvc {
-
-struct Lookup {
-  using Interface = Binding::PackageSvc::AsyncServiceInterface;
-  using Container = MetadataContainer;
-  static constexpr auto kList = &Container::ListPackages;
-  static constexpr auto kGet = &Container::PackageInfo;
-  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.package.not.found";
-};
-
-class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
- public:
-  using ListGetAdapter::ListGetAdapter;
-};
-
+using AsyncServiceImpl = PackageService<Tree>;
 }  // namespace PackageSvc
 
 namespace ServiceSvc {
-
-struct Lookup {
-  using Interface = Binding::ServiceSvc::AsyncServiceInterface;
-  using Container = MetadataContainer;
-  static constexpr auto kList = &Container::ListServices;
-  static constexpr auto kGet = &Container::ServiceInfo;
-  static constexpr const char* kNotFoundId = "ostra.metada.metamodel.service.not.found";
-};
-
-class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
- public:
-  using ListGetAdapter::ListGetAdapter;
-};
-
+using AsyncServiceImpl = ServiceService<Tree>;
 }  // namespace ServiceSvc
 
 namespace Service {
 namespace OperationSvc {
-
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::Service::OperationSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
-
-  void List(const std::string& serviceId,
-            const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& serviceId, const std::string& operationId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::OperationInfo>>& result) override;
-};
-
+using AsyncServiceImpl = OperationService<Tree>;
 }  // namespace OperationSvc
 }  // namespace Service
 
@@ -114,10 +69,7 @@ struct Lookup {
   static constexpr const char* kNotFoundId = "ostra.metada.metamodel.enumeration.not.found";
 };
 
-class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
- public:
-  using ListGetAdapter::ListGetAdapter;
-};
+using AsyncServiceImpl = ListGetService<Lookup>;
 
 }  // namespace EnumerationSvc
 
@@ -131,10 +83,7 @@ struct Lookup {
   static constexpr const char* kNotFoundId = "ostra.metada.metamodel.structure.not.found";
 };
 
-class AsyncServiceImpl final : public ListGetAdapter<AsyncServiceImpl, Lookup> {
- public:
-  using ListGetAdapter::ListGetAdapter;
-};
+using AsyncServiceImpl = ListGetService<Lookup>;
 
 }  // namespace StructureSvc
 

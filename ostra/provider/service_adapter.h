@@ -85,6 +85,12 @@ class ListGetAdapter
   }
 };
 
+template <class Lookup>
+class ListGetService final : public ListGetAdapter<ListGetService<Lookup>, Lookup> {
+ public:
+  using ListGetAdapter<ListGetService<Lookup>, Lookup>::ListGetAdapter;
+};
+
 // A source mutation: an error completes the result; success leaves it uncompleted unless
 // `completeOnSuccess` (the Cli source service completes it with the empty value).
 inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& error,
