@@ -57,10 +57,7 @@ struct Domain {
   static constexpr bool kCompleteOnSuccess = false;
 };
 
-class AsyncServiceImpl final : public SourceServiceAdapter<AsyncServiceImpl, Domain> {
- public:
-  using SourceServiceAdapter::SourceServiceAdapter;
-};
+using AsyncServiceImpl = SourceService<Domain>;
 
 }  // namespace SourceSvc
 

@@ -77,10 +77,7 @@ struct Domain {
   static constexpr bool kCompleteOnSuccess = true;
 };
 
-class AsyncServiceImpl final : public SourceServiceAdapter<AsyncServiceImpl, Domain> {
- public:
-  using SourceServiceAdapter::SourceServiceAdapter;
-};
+using AsyncServiceImpl = SourceService<Domain>;
 
 }  // namespace SourceSvc
 

@@ -105,12 +105,12 @@ inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& er
 // The source service of a domain: create, delete, get, list, reload and fingerprint its sources.
 // Domain tells the types (Interface, Container, CreateSpec, Info), the not-found message id and
 // whether a successful mutation completes its result.
-template <class Impl, class Domain>
-class SourceServiceAdapter
-    : public ServiceAdapter<Impl, typename Domain::Interface, typename Domain::Container> {
+template <class Domain>
+class SourceService final : public ServiceAdapter<SourceService<Domain>, typename Domain::Interface,
+                                                  typename Domain::Container> {
  public:
   using Activation = std::shared_ptr<Core::AsyncActivation>;
-  using ServiceAdapter<Impl, typename Domain::Interface,
+  using ServiceAdapter<SourceService<Domain>, typename Domain::Interface,
                        typename Domain::Container>::ServiceAdapter;
 
   void Create(const std::string& sourceId,
