@@ -94,41 +94,27 @@ class Reader : public RecordReader<Reader> {
 
   bool ParseComponent(const JsonValue& component) {
     std::string name;
-    SchemeTable schemes;
-    OperationGroups operations;
-    ServiceGroups services;
-    PackageTable packages;
+    read_ = Component();
     const bool ok =
-        Text(component, "name", name) &&
-        OptObject(component, "schemes",
-                  [&](const JsonValue& object) { return ParseSchemes(object, schemes); }) &&
-        OptObject(component, "operations",
-                  [&](const JsonValue& object) {
-                    return ParseOperations(schemes, object, operations);
-                  }) &&
-        OptObject(component, "services",
-                  [&](const JsonValue& object) {
-                    return ParseServices(schemes, operations, object, services);
-                  }) &&
-        // Its answer is ignored: operations it could not place are dropped, the component goes on.
-        (CreateServicesFromOperations(operations, services), true) &&
-        OptObject(component, "packages",
-                  [&](const JsonValue& object) {
-                    return ParsePackages(schemes, services, object, packages);
-                  }) &&
-        CreatePackagesFromServices(services, packages);
+        Text(component, "name", name) && OptObject(component, "schemes", &Reader::ParseSchemes) &&
+        OptObject(component, "operations", &Reader::ParseOperations) &&
+        OptObject(component, "services", &Reader::ParseServices) &&
+        // Its answer is ignored: operations it could not place are dropped, the
+        // component goes on.
+        (CreateServicesFromOperations(), true) &&
+        OptObject(component, "packages", &Reader::ParsePackages) && CreatePackagesFromServices();
     if (!ok) return false;
     auto info = std::make_shared<ComponentInfo>();
-    info->packages = std::move(packages);
+    info->packages = std::move(read_.packages);
     callback_(name, info);
     return true;
   }
 
-  bool ParseSchemes(const JsonValue& schemes, SchemeTable& table) {
+  bool ParseSchemes(const JsonValue& schemes) {
     for (const auto& member : schemes.GetObject()) {
       auto info = ParseAuthInfo(member.value);
       if (!info) return false;
-      table[ValToString(member.name)] = std::move(info);
+      read_.schemes[ValToString(member.name)] = std::move(info);
     }
     return true;
   }
@@ -148,19 +134,19 @@ class Reader : public RecordReader<Reader> {
     return info;
   }
 
-  // Every fault of a list is reported under the literal name "packages", whichever member holds
-  // the list, and an unknown scheme under the literal "id".
-  bool ParseSchemeList(const SchemeTable& table, const JsonValue& value, SchemeRefs& schemes) {
-    schemes.clear();
+  // Reads a scheme-name list into schemes_. Every fault of a list is reported under the literal
+  // name "packages", whichever member holds the list, and an unknown scheme under the literal "id".
+  bool ParseSchemeList(const JsonValue& value) {
+    schemes_.clear();
     if (!CheckType(value, rapidjson::kArrayType, "packages", messages_)) return false;
     for (const auto& element : value.GetArray()) {
       if (!CheckType(element, rapidjson::kStringType, "packages", messages_)) return false;
-      const auto scheme = table.find(ViewOf(element));
-      if (scheme == table.end()) {
+      const auto scheme = read_.schemes.find(ViewOf(element));
+      if (scheme == read_.schemes.end()) {
         AddMessage(messages_, kUnknownSchemeId, "id");
         return false;
       }
-      schemes.push_back(&scheme->second);
+      schemes_.push_back(&scheme->second);
     }
     return true;
   }
@@ -168,14 +154,13 @@ class Reader : public RecordReader<Reader> {
   // Operations are grouped by service identifier; within a group the first of a name wins.
   // Operations that name the same schemes share one record: records are immutable, and a large
   // document names a few lists of schemes many thousand times.
-  bool ParseOperations(const SchemeTable& table, const JsonValue& operations,
-                       OperationGroups& groups) {
+  bool ParseOperations(const JsonValue& operations) {
     std::map<SchemeRefs, std::shared_ptr<const OperationInfo>> records;
     // Operations of one service are mostly listed together: their group is looked up once.
     std::string_view groupId;
     OperationMap* group = nullptr;
     for (const auto& member : operations.GetObject()) {
-      if (!ParseSchemeList(table, member.value, schemes_)) return false;
+      if (!ParseSchemeList(member.value)) return false;
       const auto parts = JsonMetadataParser::SplitFqdn(ViewOf(member.name));
       if (!HasBothParts(parts)) {
         AddMessage(messages_, kInvalidOperationId, ValToString(member.name));
@@ -189,7 +174,7 @@ class Reader : public RecordReader<Reader> {
       }
       if (group == nullptr || parts.first != groupId) {
         groupId = parts.first;
-        group = &groups[groupId];
+        group = &read_.operations[groupId];
       }
       group->try_emplace(std::string(parts.second), record);
     }
@@ -199,71 +184,73 @@ class Reader : public RecordReader<Reader> {
   // Each service takes the operations of its identifier; a second service of the same identifier
   // finds them taken. Services are grouped by package identifier, the first of an identifier
   // winning.
-  bool ParseServices(const SchemeTable& table, OperationGroups& operations,
-                     const JsonValue& services, ServiceGroups& groups) {
+  bool ParseServices(const JsonValue& services) {
     for (const auto& member : services.GetObject()) {
-      if (!ParseSchemeList(table, member.value, schemes_)) return false;
-      const std::string_view id = ViewOf(member.name);
+      if (!ParseSchemeList(member.value)) return false;
       auto service = std::make_shared<ServiceInfo>();
       service->schemes = ListOf(schemes_);
-      if (!AddService(id, std::move(service), operations, groups)) return false;
+      if (!AddService(ViewOf(member.name), std::move(service))) return false;
     }
     return true;
   }
 
   // The operations left make services of their own, in ascending order of their identifiers, up
   // to the first identifier that names no package and service; the rest are dropped.
-  bool CreateServicesFromOperations(OperationGroups& operations, ServiceGroups& services) {
-    for (auto* group : operations.Sorted(NotTaken<OperationMap>)) {
-      if (!AddService(group->key, std::make_shared<ServiceInfo>(), operations, services)) {
-        return false;
-      }
+  bool CreateServicesFromOperations() {
+    for (auto* group : read_.operations.Sorted(NotTaken<OperationMap>)) {
+      if (!AddService(group->key, std::make_shared<ServiceInfo>())) return false;
     }
     return true;
   }
 
   // Gives `service` the operations of `id` and groups it under its package identifier, the
   // first of an identifier winning; an identifier without both parts is a fault.
-  bool AddService(std::string_view id, std::shared_ptr<ServiceInfo> service,
-                  OperationGroups& operations, ServiceGroups& groups) {
+  bool AddService(std::string_view id, std::shared_ptr<ServiceInfo> service) {
     const auto parts = JsonMetadataParser::SplitFqdn(id);
     if (!HasBothParts(parts)) {
       AddMessage(messages_, kInvalidServiceId, std::string(id));
       return false;
     }
-    TakeGroup(operations, id, service->operations);
-    groups[parts.first].try_emplace(std::string(id), std::move(service));
+    TakeGroup(read_.operations, id, service->operations);
+    read_.services[parts.first].try_emplace(std::string(id), std::move(service));
     return true;
   }
 
   // Each package takes the services of its identifier; a later member of the same identifier
   // replaces the earlier one and finds them taken.
-  bool ParsePackages(const SchemeTable& table, ServiceGroups& services, const JsonValue& packages,
-                     PackageTable& packageTable) {
+  bool ParsePackages(const JsonValue& packages) {
     for (const auto& member : packages.GetObject()) {
-      if (!ParseSchemeList(table, member.value, schemes_)) return false;
+      if (!ParseSchemeList(member.value)) return false;
       auto package = std::make_shared<PackageInfo>();
       package->schemes = ListOf(schemes_);
-      AddPackage(ViewOf(member.name), std::move(package), services, packageTable);
+      AddPackage(ViewOf(member.name), std::move(package));
     }
     return true;
   }
 
   // The services left make packages of their own, with no schemes.
-  bool CreatePackagesFromServices(ServiceGroups& services, PackageTable& packages) {
-    for (auto* group : services.Sorted(NotTaken<ServiceMap>))
-      AddPackage(group->key, std::make_shared<PackageInfo>(), services, packages);
+  bool CreatePackagesFromServices() {
+    for (auto* group : read_.services.Sorted(NotTaken<ServiceMap>))
+      AddPackage(group->key, std::make_shared<PackageInfo>());
     return true;
   }
 
   // Gives `package` the services of `id` and stores it under `id`, replacing one stored before.
-  static void AddPackage(std::string_view id, std::shared_ptr<PackageInfo> package,
-                         ServiceGroups& services, PackageTable& packages) {
-    TakeGroup(services, id, package->services);
-    packages[std::string(id)] = std::move(package);
+  void AddPackage(std::string_view id, std::shared_ptr<PackageInfo> package) {
+    TakeGroup(read_.services, id, package->services);
+    read_.packages[std::string(id)] = std::move(package);
   }
 
+  // What the component being read has gathered so far (see the pools above).
+  struct Component {
+    SchemeTable schemes;
+    OperationGroups operations;
+    ServiceGroups services;
+    PackageTable packages;
+  };
+
   const Callback& callback_;
+  Component read_;
   SchemeRefs schemes_;  // of the scheme list being read
 };
 
