@@ -95,12 +95,12 @@ class Reader : public RecordReader<Reader> {
   bool ParseComponent(const JsonValue& component) {
     std::string name;
     read_ = Component();
+    // The answer of CreateServicesFromOperations is ignored: operations it could not place are
+    // dropped, and the component goes on.
     const bool ok =
         Text(component, "name", name) && OptObject(component, "schemes", &Reader::ParseSchemes) &&
         OptObject(component, "operations", &Reader::ParseOperations) &&
         OptObject(component, "services", &Reader::ParseServices) &&
-        // Its answer is ignored: operations it could not place are dropped, the
-        // component goes on.
         (CreateServicesFromOperations(), true) &&
         OptObject(component, "packages", &Reader::ParsePackages) && CreatePackagesFromServices();
     if (!ok) return false;
