@@ -1,4 +1,8 @@
 // The ten Metamodel services: adapters of the service interfaces over the Metamodel store.
+//
+// Each adapter holds the store and nothing else; a call makes one store call and completes its
+// result with the answer, or with NotFound holding one catalogue message when nothing was found. A
+// successful source mutation leaves its result uncompleted.
 #pragma once
 
 #include <memory>
