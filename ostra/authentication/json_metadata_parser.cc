@@ -66,11 +66,13 @@ bool NotTaken(const Map& group) {
   return !group.empty();
 }
 
-SchemeList ListOf(const SchemeRefs& schemes) {
-  SchemeList list;
+// A fresh Info (an operation, service or package) that requires `schemes`.
+template <class Info>
+std::shared_ptr<Info> Requiring(const SchemeRefs& schemes) {
+  auto info = std::make_shared<Info>();
   for (const auto* scheme : schemes)
-    list.push_back(*scheme);
-  return list;
+    info->schemes.push_back(*scheme);
+  return info;
 }
 
 // One read of one document: the callback to hand components to and the messages to append to.
@@ -167,11 +169,7 @@ class Reader : public RecordReader<Reader> {
         return false;
       }
       auto& record = records[schemes_];
-      if (!record) {
-        auto operation = std::make_shared<OperationInfo>();
-        operation->schemes = ListOf(schemes_);
-        record = std::move(operation);
-      }
+      if (!record) record = Requiring<OperationInfo>(schemes_);
       if (group == nullptr || parts.first != groupId) {
         groupId = parts.first;
         group = &read_.operations[groupId];
@@ -186,10 +184,10 @@ class Reader : public RecordReader<Reader> {
   // winning.
   bool ParseServices(const JsonValue& services) {
     for (const auto& member : services.GetObject()) {
-      if (!ParseSchemeList(member.value)) return false;
-      auto service = std::make_shared<ServiceInfo>();
-      service->schemes = ListOf(schemes_);
-      if (!AddService(ViewOf(member.name), std::move(service))) return false;
+      if (!ParseSchemeList(member.value) ||
+          !AddService(ViewOf(member.name), Requiring<ServiceInfo>(schemes_))) {
+        return false;
+      }
     }
     return true;
   }
@@ -221,9 +219,7 @@ class Reader : public RecordReader<Reader> {
   bool ParsePackages(const JsonValue& packages) {
     for (const auto& member : packages.GetObject()) {
       if (!ParseSchemeList(member.value)) return false;
-      auto package = std::make_shared<PackageInfo>();
-      package->schemes = ListOf(schemes_);
-      AddPackage(ViewOf(member.name), std::move(package));
+      AddPackage(ViewOf(member.name), Requiring<PackageInfo>(schemes_));
     }
     return true;
   }
