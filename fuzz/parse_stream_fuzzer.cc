@@ -105,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Stopped at an opening bracket one level beyond the limit, before any error of the reference.
     const std::size_t at = document.GetErrorOffset();
     if (at >= text.size() || (text[at] != '[' && text[at] != '{') ||
-        DepthBefore(text, at) != Ostra::Provider::Metadata::kMaxJsonNesting ||
+        DepthBefore(text, at) != Ostra::kMaxDocumentJsonDepth ||
         (reference.HasParseError() && reference.GetErrorOffset() < at)) {
       __builtin_trap();
     }

@@ -1,4 +1,8 @@
 // JsonMetadataContainer: the Authentication store over JSON sources.
+//
+// A source is stored only when its whole document loaded: a document that does not load is
+// refused with an InvalidArgument error holding the parser's messages, and any failure leaves the
+// store as it was. Every operation may be called from any thread (see SourceSet).
 #pragma once
 
 #include <memory>

@@ -1,10 +1,14 @@
 // The Authentication services: adapters of the service interfaces over the Authentication store.
+//
+// Each adapter holds the store and nothing else; a call makes one store call and completes its
+// result with the answer, or with NotFound holding one catalogue message when nothing was found. A
+// successful source mutation leaves its result uncompleted.
 #pragma once
 
 #include <memory>
 
 #include "ostra/authentication/metadata_container.h"
-#include "ostra/provider/service_adapter.h"
+#include "ostra/provider/tree_services.h"
 #include "ostra/std_bindings/authentication_services.h"
 
 namespace Ostra {
@@ -12,79 +16,36 @@ namespace Provider {
 namespace Metadata {
 namespace Authentication {
 
-namespace ComponentSvc {
-
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ComponentSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
-
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& componentId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::ComponentData>>& result) override;
-  void Fingerprint(const std::string& componentId,
-                   const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-                   const Ostra::AsyncResult<std::string>& result) override;
+// The model tree of this domain (see tree_services.h).
+struct Tree {
+  using Container = MetadataContainer;
+  using ComponentInterface = Binding::ComponentSvc::AsyncServiceInterface;
+  using PackageInterface = Binding::PackageSvc::AsyncServiceInterface;
+  using ServiceInterface = Binding::ServiceSvc::AsyncServiceInterface;
+  using OperationInterface = Binding::Service::OperationSvc::AsyncServiceInterface;
+  // A missing component is reported with the Metamodel domain's message id.
+  static constexpr const char* kComponentNotFoundId = "ostra.metada.metamodel.component.not.found";
+  static constexpr const char* kPackageNotFoundId = "ostra.metada.authentication.package.not.found";
+  static constexpr const char* kServiceNotFoundId = "ostra.metada.authentication.service.not.found";
+  static constexpr const char* kOperationNotFoundId =
+      "ostra.metada.authentication.operation.not.found";
 };
 
+namespace ComponentSvc {
+using AsyncServiceImpl = ComponentService<Tree>;
 }  // namespace ComponentSvc
 
 namespace PackageSvc {
-
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::PackageSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
-
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& packageId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::PackageInfo>>& result) override;
-};
-
+using AsyncServiceImpl = PackageService<Tree>;
 }  // namespace PackageSvc
 
 namespace ServiceSvc {
-
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::ServiceSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
-
-  void List(const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(const std::string& serviceId,
-           const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-           const Ostra::AsyncResult<std::shared_ptr<const Binding::ServiceInfo>>& result) override;
-};
-
+using AsyncServiceImpl = ServiceService<Tree>;
 }  // namespace ServiceSvc
 
 namespace Service {
 namespace OperationSvc {
-
-class AsyncServiceImpl final
-    : public ServiceAdapter<AsyncServiceImpl, Binding::Service::OperationSvc::AsyncServiceInterface,
-                            MetadataContainer> {
- public:
-  using ServiceAdapter::ServiceAdapter;
-
-  void List(const std::string& serviceId,
-            const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-            const Ostra::AsyncResult<std::list<std::string>>& result) override;
-  void Get(
-      const std::string& serviceId, const std::string& operationId,
-      const std::shared_ptr<Ostra::Core::AsyncActivation>& activation,
-      const Ostra::AsyncResult<std::shared_ptr<const Binding::OperationInfo>>& result) override;
-};
-
+using AsyncServiceImpl = OperationService<Tree>;
 }  // namespace OperationSvc
 }  // namespace Service
 
@@ -100,10 +61,7 @@ struct Domain {
   static constexpr bool kCompleteOnSuccess = false;
 };
 
-class AsyncServiceImpl final : public SourceServiceAdapter<AsyncServiceImpl, Domain> {
- public:
-  using SourceServiceAdapter::SourceServiceAdapter;
-};
+using AsyncServiceImpl = SourceService<Domain>;
 
 }  // namespace SourceSvc
 

@@ -1,10 +1,12 @@
 #include "ostra/cli/json_metadata_parser.h"
 
-#include <list>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include <boost/optional.hpp>
 
 #include "ostra/provider/keyed_hash.h"
 
@@ -14,42 +16,32 @@ namespace Metadata {
 namespace Cli {
 namespace {
 
-using Binding::CommandSvc::FormatterType;
-using Binding::CommandSvc::GenericType;
+using namespace Binding::CommandSvc;
+using Callbacks = MetadataParser::RegisterCallbacks;
 
 constexpr const char* kParseErrorId = "ostra.metadata.cli.parse.error";
 
-// A required string member, reported with the Cli invalid-field id.
-using Text = JsonMember<std::string, CliIds>;
-using OptText = JsonOptMember<boost::optional<std::string>, CliIds>;
-
-// The element readers of the arrays and objects below report a non-object element with the Cli
-// invalid-field id and `name`.
-bool CheckObject(const JsonValue& value, const char* name, Messages& messages) {
-  if (value.IsObject()) return true;
-  AddMessageAt(messages, value, CliIds::kInvalidField, name);
-  return false;
+// Formatter texts: upper-cased and looked up; an unknown text is kept in the unknown value.
+FormatterType ParseFormatterType(const std::string& text) {
+  return EnumConverter<FormatterType>::Convert(ToUpper(text));
 }
 
-// The value of required string member `name`, checked as Text checks it but not copied: null,
-// with the same message, when it is missing or not a string.
-const JsonValue* TextValue(const JsonValue& object, const char* name, Messages& messages) {
-  const JsonValue* member = FindMemberValue(object, name, messages);
-  if (member == nullptr || member->IsString()) return member;
-  AddMessageAt(messages, *member, CliIds::kInvalidField, name);
-  return nullptr;
+// Generic texts: empty means the first value; otherwise as for formatters.
+GenericType ParseGenericType(const std::string& text) {
+  if (text.empty()) return GenericType(GenericType::Value(0));
+  return EnumConverter<GenericType>::Convert(ToUpper(text));
 }
 
-}  // namespace
+// One element of "output_fields": its "field_name" and "display_name" strings in the document.
+using Field = std::pair<const JsonValue*, const JsonValue*>;
 
 // Output lists by their content: a document shows the same structure the same way for many
 // commands, and records are immutable, so one record serves them all.
-class MetadataParser::Outputs {
+class Outputs {
  public:
-  using Fields = std::vector<std::pair<const JsonValue*, const JsonValue*>>;
-
-  // The record of `structure` shown with `fields`, which the caller gathered.
-  std::shared_ptr<const Binding::CommandSvc::OutputInfo> Get(const JsonValue& structure) {
+  // The record of `structure` shown with `fields`.
+  std::shared_ptr<const OutputInfo> Get(const JsonValue& structure,
+                                        const std::vector<Field>& fields) {
     // Every text with its length, so that different lists give different keys.
     key_.clear();
     const auto append = [this](const JsonValue& text) {
@@ -64,188 +56,129 @@ class MetadataParser::Outputs {
     }
     auto& output = byContent_[key_];
     if (!output) {
-      auto made = std::make_shared<Binding::CommandSvc::OutputInfo>();
+      auto made = std::make_shared<OutputInfo>();
       made->structure_id = ValToString(structure);
       for (const auto& field : fields) {
-        made->output_fields.push_back(std::make_shared<const Binding::CommandSvc::OutputFieldInfo>(
-            Binding::CommandSvc::OutputFieldInfo{ValToString(*field.first),
-                                                 ValToString(*field.second)}));
+        made->output_fields.push_back(std::make_shared<const OutputFieldInfo>(
+            OutputFieldInfo{ValToString(*field.first), ValToString(*field.second)}));
       }
       output = std::move(made);
     }
     return output;
   }
 
-  // The fields of the list being read (see ParseFieldInfo).
-  Fields fields;
-
  private:
-  std::unordered_map<std::string, std::shared_ptr<const Binding::CommandSvc::OutputInfo>,
-                     KeyedTextHash>
-      byContent_;
+  std::unordered_map<std::string, std::shared_ptr<const OutputInfo>, KeyedTextHash> byContent_;
   std::string key_;
 };
 
-FormatterType ParseFormatterType(const std::string& text) {
-  return EnumConverter<FormatterType>::Convert(ToUpper(text));
-}
+// One read of one document: the callbacks to fire, the messages to append to and the output
+// lists made so far.
+class Reader : public RecordReader<Reader, CliIds> {
+ public:
+  Reader(const Callbacks& callbacks, Messages& messages)
+      : RecordReader(messages), callbacks_(callbacks) {}
 
-GenericType ParseGenericType(const std::string& text) {
-  if (text.empty()) return GenericType(GenericType::Value(0));
-  return EnumConverter<GenericType>::Convert(ToUpper(text));
-}
+  bool Document(const JsonValue& document) { return Array(document, "cli", &Reader::ParseNode); }
+
+ private:
+  // One element of "cli": a namespace or a command, registered when read without fault.
+  bool ParseNode(const JsonValue& node) {
+    std::string type;
+    if (!Text(node, "type", type)) return false;
+    if (type == "namespace") {
+      auto info = ParseInfoNode<Binding::Namespace_Svc::Info>(node);
+      if (info) callbacks_.ns(info);
+      return info != nullptr;
+    }
+    if (type == "command") {
+      auto info = ParseInfoNode<Info>(node);
+      const bool ok = info && ParseCommandMetadata(node, *info);
+      if (ok) callbacks_.command(info);
+      return ok;
+    }
+    AddMessageAt(messages_, FindMember(node, "type")->value, CliIds::kInvalidNodeType, "type");
+    return false;
+  }
+
+  // "path", "name" and "description" of a node, as a Namespace_Svc::Info or CommandSvc::Info.
+  template <class NodeInfo>
+  std::shared_ptr<NodeInfo> ParseInfoNode(const JsonValue& node) {
+    using Identity = std::remove_const_t<typename decltype(NodeInfo::identity)::element_type>;
+    auto identity = std::make_shared<Identity>();
+    auto info = std::make_shared<NodeInfo>();
+    const bool ok = Text(node, "path", identity->path) && Text(node, "name", identity->name) &&
+                    Text(node, "description", info->description);
+    if (!ok) return nullptr;
+    info->identity = std::move(identity);
+    return info;
+  }
+
+  // The command node's "node_metadata" object, into `command`.
+  bool ParseCommandMetadata(const JsonValue& node, Info& command) {
+    const JsonValue* metadata = FindMemberValue(node, "node_metadata", messages_);
+    boost::optional<std::string> formatter;
+    // A non-object is reported under "path", although the member at fault is "node_metadata".
+    const bool ok = metadata != nullptr && CheckObject(*metadata, "path") &&
+                    Text(*metadata, "service_id", command.service_id) &&
+                    Text(*metadata, "operation_id", command.operation_id) &&
+                    OptText(*metadata, "formatter", formatter) &&
+                    OptArray(*metadata, "options", command.options, &Reader::ParseOptionInfo) &&
+                    OptArray(*metadata, "output_field_list", command.output_field_list,
+                             &Reader::ParseFieldInfo);
+    if (ok && formatter) command.formatter = ParseFormatterType(*formatter);
+    return ok;
+  }
+
+  std::shared_ptr<const OptionInfo> ParseOptionInfo(const JsonValue& entry) {
+    auto option = std::make_shared<OptionInfo>();
+    std::string generic;
+    const bool ok = CheckObject(entry, "options_entry") &&
+                    Text(entry, "long_option", option->long_option) &&
+                    OptText(entry, "short_option", option->short_option) &&
+                    Text(entry, "field_name", option->field_name) &&
+                    Text(entry, "description", option->description) &&
+                    Text(entry, "type", option->type) && Text(entry, "generic", generic);
+    if (!ok) return nullptr;
+    option->generic = ParseGenericType(generic);
+    return option;
+  }
+
+  // One element of "output_field_list". Commands that show a structure alike share one record.
+  std::shared_ptr<const OutputInfo> ParseFieldInfo(const JsonValue& entry) {
+    const JsonValue* structure = nullptr;
+    fields_.clear();
+    // A non-object gets the same argument as option entries.
+    const bool ok = CheckObject(entry, "options_entry") &&
+                    TextRef(entry, "structure_id", structure) &&
+                    OptArray(entry, "output_fields", fields_, &Reader::ParseMemberInfo);
+    return ok ? outputs_.Get(*structure, fields_) : nullptr;
+  }
+
+  boost::optional<Field> ParseMemberInfo(const JsonValue& entry) {
+    Field field;
+    const bool ok = CheckObject(entry, "output_fields") &&
+                    TextRef(entry, "field_name", field.first) &&
+                    TextRef(entry, "display_name", field.second);
+    if (!ok) return boost::none;
+    return field;
+  }
+
+  const Callbacks& callbacks_;
+  Outputs outputs_;
+  std::vector<Field> fields_;  // of the output entry being read
+};
+
+}  // namespace
 
 bool MetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
                                   Messages& messages) {
-  JsonDocument document;
-  ParseJson(in, document);
-  return LoadMetadataFromDoc(document, callbacks, messages);
+  return Reader::Read(in, kParseErrorId, callbacks, messages);
 }
 
 bool MetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
                                          const RegisterCallbacks& callbacks, Messages& messages) {
-  if (!CheckParsed(document, kParseErrorId, messages)) return false;
-  const JsonValue* nodes = FindMemberValue(document, "cli", messages);
-  if (nodes == nullptr) return false;
-  if (!nodes->IsArray()) {
-    AddMessageAt(messages, *nodes, CliIds::kInvalidField, "cli");
-    return false;
-  }
-  Outputs outputs;
-  for (const auto& node : nodes->GetArray()) {
-    if (!ParseNode(node, callbacks, outputs, messages)) return false;
-  }
-  return true;
-}
-
-bool MetadataParser::ParseNode(const JsonValue& node, const RegisterCallbacks& callbacks,
-                               Outputs& outputs, Messages& messages) {
-  const Text type(node, "type", messages);
-  if (!type) return false;
-  if (type.Value() == "namespace") {
-    auto info = ParseInfoNode<Binding::Namespace_Svc::Info>(node, messages);
-    if (!info) return false;
-    callbacks.ns(info);
-    return true;
-  }
-  if (type.Value() == "command") {
-    auto info = ParseInfoNode<Binding::CommandSvc::Info>(node, messages);
-    if (!info) return false;
-    const JsonValue* metadata = FindMemberValue(node, "node_metadata", messages);
-    if (metadata == nullptr || !ParseCommandMetadata(*metadata, *info, outputs, messages)) {
-      return false;
-    }
-    callbacks.command(info);
-    return true;
-  }
-  AddMessageAt(messages, FindMember(node, "type")->value, CliIds::kInvalidNodeType, "type");
-  return false;
-}
-
-template <class Info>
-std::shared_ptr<Info> MetadataParser::ParseInfoNode(const JsonValue& node, Messages& messages) {
-  Text path(node, "path", messages);
-  if (!path) return nullptr;
-  Text name(node, "name", messages);
-  if (!name) return nullptr;
-  Text description(node, "description", messages);
-  if (!description) return nullptr;
-  using Identity = typename decltype(Info::identity)::element_type;
-  auto info = std::make_shared<Info>();
-  info->identity = std::make_shared<Identity>(Identity{path.Take(), name.Take()});
-  info->description = description.Take();
-  return info;
-}
-
-template std::shared_ptr<Binding::Namespace_Svc::Info>
-MetadataParser::ParseInfoNode<Binding::Namespace_Svc::Info>(const JsonValue&, Messages&);
-template std::shared_ptr<Binding::CommandSvc::Info>
-MetadataParser::ParseInfoNode<Binding::CommandSvc::Info>(const JsonValue&, Messages&);
-
-bool MetadataParser::ParseCommandMetadata(const JsonValue& metadata,
-                                          Binding::CommandSvc::Info& command, Outputs& outputs,
-                                          Messages& messages) {
-  // Reported as "path", although the member at fault is "node_metadata".
-  if (!CheckObject(metadata, "path", messages)) return false;
-  Text service(metadata, "service_id", messages);
-  if (!service) return false;
-  Text operation(metadata, "operation_id", messages);
-  if (!operation) return false;
-  OptText formatter(metadata, "formatter", messages);
-  if (!formatter) return false;
-  JsonOptArrayMember<decltype(command.options), CliIds> options(metadata, "options",
-                                                                &ParseOptionInfo, messages);
-  if (!options) return false;
-  JsonOptArrayMember<decltype(command.output_field_list), CliIds> outputList(
-      metadata, "output_field_list",
-      [&outputs](const JsonValue& entry, Messages& m) { return ParseFieldInfo(entry, outputs, m); },
-      messages);
-  if (!outputList) return false;
-
-  command.service_id = service.Take();
-  command.operation_id = operation.Take();
-  if (formatter.Value()) command.formatter = ParseFormatterType(*formatter.Value());
-  command.options = options.Take();
-  command.output_field_list = outputList.Take();
-  return true;
-}
-
-std::shared_ptr<const Binding::CommandSvc::OptionInfo> MetadataParser::ParseOptionInfo(
-    const JsonValue& entry, Messages& messages) {
-  if (!CheckObject(entry, "options_entry", messages)) return nullptr;
-  Text longOption(entry, "long_option", messages);
-  if (!longOption) return nullptr;
-  OptText shortOption(entry, "short_option", messages);
-  if (!shortOption) return nullptr;
-  Text field(entry, "field_name", messages);
-  if (!field) return nullptr;
-  Text description(entry, "description", messages);
-  if (!description) return nullptr;
-  Text type(entry, "type", messages);
-  if (!type) return nullptr;
-  Text generic(entry, "generic", messages);
-  if (!generic) return nullptr;
-
-  auto option = std::make_shared<Binding::CommandSvc::OptionInfo>();
-  option->long_option = longOption.Take();
-  option->short_option = shortOption.Take();
-  option->field_name = field.Take();
-  option->description = description.Take();
-  option->type = type.Take();
-  option->generic = ParseGenericType(generic.Value());
-  return option;
-}
-
-std::shared_ptr<const Binding::CommandSvc::OutputInfo> MetadataParser::ParseFieldInfo(
-    const JsonValue& entry, Outputs& outputs, Messages& messages) {
-  // The same argument as option entries give.
-  if (!CheckObject(entry, "options_entry", messages)) return nullptr;
-  const JsonValue* structure = TextValue(entry, "structure_id", messages);
-  if (structure == nullptr) return nullptr;
-  // "output_fields" is optional, as JsonOptArrayMember reads it.
-  outputs.fields.clear();
-  if (const JsonValue* fields = FindMemberValue(entry, "output_fields", messages)) {
-    if (!fields->IsArray()) {
-      AddMessageAt(messages, *fields, CliIds::kInvalidField, "output_fields");
-      return nullptr;
-    }
-    for (const auto& field : fields->GetArray()) {
-      const auto texts = ParseMemberInfo(field, messages);
-      if (texts.second == nullptr) return nullptr;
-      outputs.fields.push_back(texts);
-    }
-  }
-  return outputs.Get(*structure);
-}
-
-std::pair<const JsonValue*, const JsonValue*> MetadataParser::ParseMemberInfo(
-    const JsonValue& entry, Messages& messages) {
-  if (!CheckObject(entry, "output_fields", messages)) return {};
-  const JsonValue* field = TextValue(entry, "field_name", messages);
-  if (field == nullptr) return {};
-  const JsonValue* display = TextValue(entry, "display_name", messages);
-  if (display == nullptr) return {};
-  return {field, display};
+  return Reader::Read(document, kParseErrorId, callbacks, messages);
 }
 
 }  // namespace Cli

@@ -10,7 +10,6 @@
 #include <functional>
 #include <istream>
 #include <memory>
-#include <utility>
 
 #include "ostra/json/json_member.h"
 #include "ostra/provider/parsed_metadata.h"
@@ -45,33 +44,7 @@ class MetadataParser {
   // "ostra.metadata.cli.parse.error" ({1} code, {2} offset) and no callback.
   static bool LoadMetadataFromDoc(const JsonDocument& document, const RegisterCallbacks& callbacks,
                                   Messages& messages);
-
-  // The output lists of one document by their content (see ParseFieldInfo).
-  class Outputs;
-
-  // One element of "cli": a namespace or a command, registered when read without fault.
-  static bool ParseNode(const JsonValue& node, const RegisterCallbacks& callbacks, Outputs& outputs,
-                        Messages& messages);
-  // "path", "name" and "description" of a node, as a Namespace_Svc::Info or CommandSvc::Info.
-  template <class Info>
-  static std::shared_ptr<Info> ParseInfoNode(const JsonValue& node, Messages& messages);
-  // The command's "node_metadata" object, into `command`.
-  static bool ParseCommandMetadata(const JsonValue& metadata, Binding::CommandSvc::Info& command,
-                                   Outputs& outputs, Messages& messages);
-  static std::shared_ptr<const Binding::CommandSvc::OptionInfo> ParseOptionInfo(
-      const JsonValue& entry, Messages& messages);
-  // One element of "output_field_list". Commands that show a structure alike share one record.
-  static std::shared_ptr<const Binding::CommandSvc::OutputInfo> ParseFieldInfo(
-      const JsonValue& entry, Outputs& outputs, Messages& messages);
-  // One element of "output_fields": its "field_name" and "display_name" strings, or nulls.
-  static std::pair<const JsonValue*, const JsonValue*> ParseMemberInfo(const JsonValue& entry,
-                                                                       Messages& messages);
 };
-
-// Formatter texts: upper-cased and looked up; an unknown text is kept in the unknown value.
-Binding::CommandSvc::FormatterType ParseFormatterType(const std::string& text);
-// Generic texts: empty means the first value; otherwise as for formatters.
-Binding::CommandSvc::GenericType ParseGenericType(const std::string& text);
 
 }  // namespace Cli
 }  // namespace Metadata

@@ -1,4 +1,8 @@
 // The Cli services: adapters of the service interfaces over the Cli store.
+//
+// Each adapter holds the store and nothing else; a call makes one store call and completes its
+// result with the answer, or with NotFound holding one catalogue message when nothing was found. A
+// successful source mutation completes its result with the empty value.
 #pragma once
 
 #include <list>
@@ -77,10 +81,7 @@ struct Domain {
   static constexpr bool kCompleteOnSuccess = true;
 };
 
-class AsyncServiceImpl final : public SourceServiceAdapter<AsyncServiceImpl, Domain> {
- public:
-  using SourceServiceAdapter::SourceServiceAdapter;
-};
+using AsyncServiceImpl = SourceService<Domain>;
 
 }  // namespace SourceSvc
 

@@ -76,7 +76,7 @@ void Write(const DataValue& value, Writer& out) {
 }
 
 ValuePtr Read(const rapidjson::Value& json, std::size_t depth) {
-  if ((json.IsArray() || json.IsObject()) && depth >= kMaxJsonDepth) return nullptr;
+  if ((json.IsArray() || json.IsObject()) && depth >= kMaxRequestJsonDepth) return nullptr;
   switch (json.GetType()) {
     case rapidjson::kNullType:
       return std::make_shared<const OptionalValue>();
@@ -135,7 +135,7 @@ ValuePtr FromJson(const std::string& text, std::string* error) {
     return nullptr;
   }
   ValuePtr value = Read(document, 0);
-  if (!value && error) *error = "nesting deeper than " + std::to_string(kMaxJsonDepth);
+  if (!value && error) *error = "nesting deeper than " + std::to_string(kMaxRequestJsonDepth);
   return value;
 }
 

@@ -16,17 +16,18 @@
 #include <string>
 
 #include "ostra/core/data_value.h"
+#include "ostra/core/json_limits.h"
 
 namespace Ostra {
 namespace Data {
 
-// Deepest nesting of arrays and objects that FromJson accepts.
-constexpr std::size_t kMaxJsonDepth = 1000;
+// The former name of kMaxRequestJsonDepth, which tools/ still uses.
+constexpr std::size_t kMaxJsonDepth = kMaxRequestJsonDepth;
 
 std::string ToJson(const DataValue& value);
 
-// Null when `text` is not one JSON value or nests deeper than kMaxJsonDepth; then `error` (when
-// given) tells why and where.
+// Null when `text` is not one JSON value or nests deeper than kMaxRequestJsonDepth; then `error`
+// (when given) tells why and where.
 ValuePtr FromJson(const std::string& text, std::string* error = nullptr);
 
 }  // namespace Data

@@ -10,14 +10,16 @@
 //     name, not the text).
 // Enumeration texts are upper-cased first, so they are case-insensitive; member names are not.
 //
-// Member wrappers do their work when constructed and then hold a success flag (explicit operator
-// bool) and the value (Value(), Take()). Parsers read the members of a record in order and stop at
-// the first wrapper that failed. Converters and element parsers are callables of
+// In reading order: the message ids and lookups; the readers of a value in hand (JsonParseString,
+// JsonParseArray); the member wrappers, which do their work when constructed and then hold a
+// success flag (explicit operator bool) and the value (Value(), Take()); and RecordReader, the base
+// of the domain parsers, which reads each record as one chain of member reads through the same
+// functions and stops at the first that fails. Converters and element parsers are callables of
 // (const JsonValue&, Messages&) returning a shared pointer (null = failure) or a bool; map fillers
 // take (const JsonValue&, Map&, Messages&) and return a bool.
 #pragma once
 
-#include <list>
+#include <istream>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,7 +28,6 @@
 
 #include <boost/optional.hpp>
 
-#include "ostra/core/base_message.h"
 #include "ostra/core/enum.h"
 #include "ostra/json/load_trace.h"
 #include "ostra/provider/messages.h"
@@ -35,8 +36,6 @@
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
-
-using Messages = std::list<BaseMessage>;
 
 constexpr const char* kMissingFieldId = "ostra.metadata.json.missing.field";
 constexpr const char* kInvalidFieldId = "ostra.metadata.json.invalid.field";
@@ -81,6 +80,25 @@ typename Value::ConstMemberIterator FindMember(const Value& object, const char* 
 // The value of member `name`, or null (recording "missing field") when it is absent. Any JSON
 // value may be given: one that is not an object has no members. The wrappers look members up here.
 const JsonValue* FindMemberValue(const JsonValue& object, const char* name, Messages& messages);
+
+// Whether a value in hand has JSON type `type` (string, array or object); otherwise records
+// Ids::kInvalidField with `name`.
+template <class Ids = JsonIds, class Name>
+bool CheckType(const JsonValue& value, rapidjson::Type type, const Name& name, Messages& messages) {
+  if (value.GetType() == type) return true;
+  AddMessageAt(messages, value, Ids::kInvalidField, name);
+  return false;
+}
+
+// The value of member `name` when it has JSON type `type`; otherwise null, with the message of a
+// missing member or of a wrong type. Nothing is copied.
+template <class Ids = JsonIds>
+const JsonValue* FindTypedMember(const JsonValue& object, const char* name, rapidjson::Type type,
+                                 Messages& messages) {
+  const JsonValue* member = FindMemberValue(object, name, messages);
+  if (member == nullptr || CheckType<Ids>(*member, type, name, messages)) return member;
+  return nullptr;
+}
 
 // Upper case under the default locale, as enumeration texts are compared.
 std::string ToUpper(std::string text);
@@ -164,10 +182,7 @@ void AddElement(C& container, E&& element) {
 template <class T, class Converter = ParseString, class Ids = JsonIds>
 bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages& messages,
                      Converter convert = Converter()) {
-  if (!value.IsString()) {
-    AddMessageAt(messages, value, Ids::kInvalidField, name);
-    return false;
-  }
+  if (!CheckType<Ids>(value, rapidjson::kStringType, name, messages)) return false;
   if constexpr (Detail::IsEnum<T>::value) {
     out = convert(ToUpper(ValToString(value)));
     return CheckEnum(out, name, messages, value);
@@ -182,10 +197,7 @@ bool JsonParseString(const JsonValue& value, const char* name, T& out, Messages&
 template <class C, class ElementParser, class Ids = JsonIds>
 bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementParser parse,
                     Messages& messages) {
-  if (!value.IsArray()) {
-    AddMessageAt(messages, value, Ids::kInvalidField, name);
-    return false;
-  }
+  if (!CheckType<Ids>(value, rapidjson::kArrayType, name, messages)) return false;
   for (const auto& element : value.GetArray()) {
     auto parsed = parse(element, messages);
     if constexpr (std::is_same_v<decltype(parsed), bool>) {
@@ -197,19 +209,6 @@ bool JsonParseArray(const JsonValue& value, const char* name, C& out, ElementPar
   }
   return true;
 }
-
-// Element parser of string arrays: each element must be a string.
-template <class Ids = JsonIds>
-struct StringElement {
-  const char* name;
-  boost::optional<std::string> operator()(const JsonValue& element, Messages& messages) const {
-    if (!element.IsString()) {
-      AddMessageAt(messages, element, Ids::kInvalidField, name);
-      return boost::none;
-    }
-    return ValToString(element);
-  }
-};
 
 // Shared frame of the wrappers: the flag and the value.
 template <class T>
@@ -252,11 +251,8 @@ class JsonOptMember<boost::optional<std::string>, Ids>
  public:
   JsonOptMember(const JsonValue& object, const char* name, Messages& messages) {
     const JsonValue* member = FindMemberValue(object, name, messages);
-    ok_ = true;
-    if (member == nullptr) return;
-    std::string text;
-    ok_ = JsonParseString<std::string, ParseString, Ids>(*member, name, text, messages);
-    if (ok_) value_ = std::move(text);
+    ok_ = member == nullptr || JsonParseString<boost::optional<std::string>, ParseString, Ids>(
+                                   *member, name, value_, messages);
   }
 };
 
@@ -268,11 +264,8 @@ bool ReadObjectMember(const JsonValue& object, const char* name, bool required, 
                       Fill& fill, Messages& messages) {
   const JsonValue* member = FindMemberValue(object, name, messages);
   if (member == nullptr) return !required;
-  if (!member->IsObject()) {
-    AddMessageAt(messages, *member, Ids::kInvalidField, name);
-    return false;
-  }
-  return ApplyObject(*member, value, fill, messages);
+  return CheckType<Ids>(*member, rapidjson::kObjectType, name, messages) &&
+         ApplyObject(*member, value, fill, messages);
 }
 
 // Reads an array member element by element; an absent member is a failure only when required.
@@ -340,6 +333,123 @@ class JsonOptArrayMember : public JsonReading<C> {
   JsonOptArrayMember(const JsonValue& object, const char* name, ElementParser parse,
                      Messages& messages) {
     this->ok_ = Detail::ReadArrayMember<Ids>(object, name, false, this->value_, parse, messages);
+  }
+};
+
+// The base of a domain parser: reads a record member by member, each into its field, so that the
+// reading of a record is the table of its document:
+//
+//   return Text(json, "name", info.name) && OptText(json, "short_option", info.short_option) &&
+//          OptArray(json, "options", info.options, &Reader::ParseOptionInfo);
+//
+// Each reader records its messages as the wrappers above do (a wrong JSON type under
+// Ids::kInvalidField) and answers whether it succeeded, so that the first failure ends the chain;
+// on failure a field may hold part of what was read, and the caller drops the record. Element
+// parsers and object readers take the JSON value alone, as a member function of Derived or any
+// callable; they answer a bool, or a pointer or optional (empty: failure) that is stored.
+template <class Derived, class Ids = JsonIds>
+class RecordReader {
+ public:
+  // Reads a document with a Derived made of (callbacks, messages), through its Document(root)
+  // step. A document that failed to parse gives its parse-error message ({1} code, {2} offset)
+  // alone. The stream form parses `in` first.
+  template <class Callbacks>
+  static bool Read(const JsonDocument& document, const char* parseErrorId,
+                   const Callbacks& callbacks, Messages& messages) {
+    return CheckParsed(document, parseErrorId, messages) &&
+           Derived(callbacks, messages).Document(document);
+  }
+  template <class Callbacks>
+  static bool Read(std::istream& in, const char* parseErrorId, const Callbacks& callbacks,
+                   Messages& messages) {
+    JsonDocument document;
+    ParseJson(in, document);
+    return Read(document, parseErrorId, callbacks, messages);
+  }
+
+ protected:
+  explicit RecordReader(Messages& messages) : messages_(messages) {}
+
+  // A required string member.
+  bool Text(const JsonValue& json, const char* name, std::string& out) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member != nullptr &&
+           JsonParseString<std::string, ParseString, Ids>(*member, name, out, messages_);
+  }
+  // A required string member left in the document: `out` points at it.
+  bool TextRef(const JsonValue& json, const char* name, const JsonValue*& out) {
+    out = FindTypedMember<Ids>(json, name, rapidjson::kStringType, messages_);
+    return out != nullptr;
+  }
+  // An optional string member: absent leaves `out` as it was.
+  bool OptText(const JsonValue& json, const char* name, boost::optional<std::string>& out) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member == nullptr || JsonParseString<boost::optional<std::string>, ParseString, Ids>(
+                                    *member, name, out, messages_);
+  }
+  // A required enumeration member: its upper-cased text through `convert`, then CheckEnum.
+  template <class E, class Converter = ParseEnum<E>>
+  bool Enumerated(const JsonValue& json, const char* name, E& out,
+                  Converter convert = Converter()) {
+    const JsonValue* member = FindMemberValue(json, name, messages_);
+    return member != nullptr &&
+           JsonParseString<E, Converter, Ids>(*member, name, out, messages_, convert);
+  }
+
+  // A value in hand that must be an object; `name` is what a fault is reported under.
+  bool CheckObject(const JsonValue& value, const char* name) {
+    return CheckType<Ids>(value, rapidjson::kObjectType, name, messages_);
+  }
+  // A required object member that `read` reads, or whose record it makes into `out`.
+  template <class Read>
+  bool Object(const JsonValue& json, const char* name, Read read) {
+    bool unused = false;
+    return Object(json, name, unused, read);
+  }
+  template <class T, class Read>
+  bool Object(const JsonValue& json, const char* name, T& out, Read read) {
+    auto fill = Bind(read);
+    return Detail::ReadObjectMember<Ids>(json, name, true, out, fill, messages_);
+  }
+  // An optional object member that `read` reads: absent is success.
+  template <class Read>
+  bool OptObject(const JsonValue& json, const char* name, Read read) {
+    bool unused = false;
+    auto fill = Bind(read);
+    return Detail::ReadObjectMember<Ids>(json, name, false, unused, fill, messages_);
+  }
+  // A required array member whose elements `read` reads; a list keeps document order, a map
+  // stores by name and keeps the first record of a name (see JsonParseArray).
+  template <class Read>
+  bool Array(const JsonValue& json, const char* name, Read read) {
+    bool unused = false;
+    return Array(json, name, unused, read);
+  }
+  template <class C, class Read>
+  bool Array(const JsonValue& json, const char* name, C& out, Read read) {
+    auto parse = Bind(read);
+    return Detail::ReadArrayMember<Ids>(json, name, true, out, parse, messages_);
+  }
+  // An optional array member: absent is success with `out` as it was.
+  template <class C, class Read>
+  bool OptArray(const JsonValue& json, const char* name, C& out, Read read) {
+    auto parse = Bind(read);
+    return Detail::ReadArrayMember<Ids>(json, name, false, out, parse, messages_);
+  }
+
+  Messages& messages_;
+
+ private:
+  // `read` as the wrappers call converters: with the value and the message list.
+  template <class Read>
+  auto Bind(Read& read) {
+    return [this, &read](const JsonValue& value, Messages&) -> decltype(auto) {
+      if constexpr (std::is_member_function_pointer_v<Read>) {
+        return (static_cast<Derived*>(this)->*read)(value);
+      } else {
+        return read(value);
+      }
+    };
   }
 };
 

@@ -20,7 +20,7 @@ LoadTrace::~LoadTrace() {
   tCurrent = outer_;
 }
 
-void LoadTrace::Note(const std::list<BaseMessage>& messages, const JsonValue* at) {
+void LoadTrace::Note(const Messages& messages, const JsonValue* at) {
   if (tCurrent == nullptr || messages.empty()) return;
   tCurrent->entries_.push_back(Entry{messages.back(), at});
 }

@@ -17,8 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "ostra/core/base_message.h"
-#include "ostra/provider/parsed_metadata.h"
+#include "ostra/provider/shared_types.h"
 
 namespace Ostra {
 namespace Provider {
@@ -45,7 +44,7 @@ class LoadTrace {
   const std::vector<Entry>& Entries() const { return entries_; }
 
   // Called by the reading frame: the message just appended last to `messages` is about `at`.
-  static void Note(const std::list<BaseMessage>& messages, const JsonValue* at);
+  static void Note(const Messages& messages, const JsonValue* at);
   // Called by a reader that fails at `at` without appending a message.
   static void NoteFailure(const JsonValue& at);
 

@@ -182,13 +182,24 @@ class TypePool {
 };
 
 // One read of one document: the callbacks to fire and the messages to append to.
-class Reader {
+class Reader : public RecordReader<Reader> {
  public:
   Reader(const Callbacks& callbacks, Messages& messages)
-      : callbacks_(callbacks),
-        messages_(messages),
+      : RecordReader(messages),
+        callbacks_(callbacks),
         ctype_(std::use_facet<std::ctype<char>>(locale_)) {}
 
+  // The document: {"metamodel": {"component": {...}}}; the component is handed over once read.
+  bool Document(const JsonValue& document) {
+    std::shared_ptr<ComponentInfo> component;
+    const bool ok = Object(document, "metamodel", [&](const JsonValue& metamodel) {
+      return Object(metamodel, "component", component, &Reader::Component);
+    });
+    if (ok) callbacks_.component(component);
+    return ok;
+  }
+
+ private:
   std::shared_ptr<ComponentInfo> Component(const JsonValue& json) {
     auto component = std::make_shared<ComponentInfo>();
     const bool ok = Text(json, "name", component->name) &&
@@ -198,7 +209,6 @@ class Reader {
     return ok ? component : nullptr;
   }
 
- private:
   std::shared_ptr<PackageInfo> Package(const JsonValue& json) {
     auto package = std::make_shared<PackageInfo>();
     const bool ok = Text(json, "name", package->name) &&
@@ -295,33 +305,24 @@ class Reader {
         !Text(json, "documentation", constant->documentation)) {
       return nullptr;
     }
-    ConstantCategory category;
-    BuiltinType builtin;
-    const JsonObjectMember<void> typeMember(
-        json, "type",
-        [&](const JsonValue& object, Messages& messages) {
-          const JsonMember<ConstantCategory> read(object, "category", messages);
-          if (!read) return false;
-          category = read.Value();
-          // The builtin type is compared as written: no upper-casing, no alias.
-          const JsonMember<std::string> text(object, "type", messages);
-          if (!text) return false;
-          builtin = EnumConverter<BuiltinType>::Convert(text.Value());
-          return CheckEnum(builtin, "type", messages, FindMember(object, "type")->value);
-        },
-        messages_);
-    if (!typeMember) return nullptr;
-
     auto value = std::make_shared<ConstantValue>();
-    value->category = category;
+    BuiltinType builtin;
+    const bool typeRead = Object(json, "type", [&](const JsonValue& type) {
+      std::string text;
+      if (!Enumerated(type, "category", value->category) || !Text(type, "type", text)) return false;
+      // The builtin type is compared as written: no upper-casing, no alias.
+      builtin = EnumConverter<BuiltinType>::Convert(text);
+      return CheckEnum(builtin, "type", messages_, FindMember(type, "type")->value);
+    });
+    if (!typeRead) return nullptr;
     const PrimitiveType primitive = PrimitiveOf(builtin);
     const JsonValue* valueJson = FindMemberValue(json, "value", messages_);
     if (valueJson == nullptr) return nullptr;
-    if (category.GetValue() == ConstantCategory::PRIMITIVE) {
+    if (value->category.GetValue() == ConstantCategory::PRIMITIVE) {
       constant->type = types_.Builtin(builtin.GetValue());
       value->primitive_value = Primitive(*valueJson, primitive);
       if (!value->primitive_value) return nullptr;
-    } else if (category.GetValue() == ConstantCategory::LIST) {
+    } else if (value->category.GetValue() == ConstantCategory::LIST) {
       constant->type =
           types_.Generic(GenericType::LIST, types_.Builtin(builtin.GetValue()), nullptr);
       std::list<std::shared_ptr<const PrimitiveValue>> list;
@@ -377,7 +378,7 @@ class Reader {
           open.back().nested[open.back().read++] = std::move(type);
         }
         if (const char* member = open.back().NextMember()) {
-          next = NestedObject(*open.back().json, member);
+          next = FindTypedMember(*open.back().json, member, rapidjson::kObjectType, messages_);
           if (next == nullptr) return nullptr;
           break;
         }
@@ -418,10 +419,12 @@ class Reader {
         return true;
       }
       case Category::USER_DEFINED: {
-        const JsonValue* kind = StringMember(json, "user_defined_type");
-        if (kind == nullptr) return false;
-        const JsonValue* id = StringMember(json, "user_defined_type_name");
-        if (id == nullptr) return false;
+        const JsonValue* kind = nullptr;
+        const JsonValue* id = nullptr;
+        if (!TextRef(json, "user_defined_type", kind) ||
+            !TextRef(json, "user_defined_type_name", id)) {
+          return false;
+        }
         std::string_view resourceType = ViewOf(*kind);
         if (resourceType == "Structure") resourceType = "com.corvane.ostra.structure";
         if (resourceType == "Enumeration") resourceType = "com.corvane.ostra.enumeration";
@@ -447,12 +450,8 @@ class Reader {
   template <class E>
   std::size_t EnumOrdinal(const JsonValue& json, const char* name,
                           std::size_t (*ordinal)(const std::string&)) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
+    const JsonValue* member = FindTypedMember(json, name, rapidjson::kStringType, messages_);
     if (member == nullptr) return E::UNKNOWN;
-    if (!member->IsString()) {
-      AddMessageAt(messages_, *member, kInvalidFieldId, name);
-      return E::UNKNOWN;
-    }
     upper_.assign(member->GetString(), member->GetStringLength());
     if (!upper_.empty()) ctype_.toupper(&upper_[0], &upper_[0] + upper_.size());
     const std::size_t found = ordinal(upper_);
@@ -460,56 +459,27 @@ class Reader {
     return found;
   }
 
-  // The string member `name` of `json`, or null with the message of a missing or invalid field,
-  // as Text reports them.
-  const JsonValue* StringMember(const JsonValue& json, const char* name) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
-    if (member != nullptr && !member->IsString()) {
-      AddMessageAt(messages_, *member, JsonIds::kInvalidField, name);
-      return nullptr;
-    }
-    return member;
-  }
-
-  // The object member `name` of `json`, or null with the message of a missing or invalid field.
-  const JsonValue* NestedObject(const JsonValue& json, const char* name) {
-    const JsonValue* member = FindMemberValue(json, name, messages_);
-    if (member != nullptr && !member->IsObject()) {
-      AddMessageAt(messages_, *member, JsonIds::kInvalidField, name);
-      return nullptr;
-    }
-    return member;
-  }
-
   // A metadata table: key to element map, each element a string or a list of strings. Later keys
   // and elements replace earlier ones. Resource entries are reported as soon as they are stored.
   bool Metadata(const JsonValue& json, MetadataTable& out) {
-    JsonObjectMember<MetadataTable> table(
-        json, "metadata",
-        [this](const JsonValue& object, MetadataTable& entries, Messages& messages) {
-          for (const auto& entry : object.GetObject()) {
-            std::string key = ValToString(entry.name);
-            if (!entry.value.IsObject()) {
-              AddMessageAt(messages, entry.value, kInvalidFieldId, key);
-              return false;
-            }
-            auto elements = ElementMapOf(entry.value, messages);
-            if (!elements) return false;
-            const bool resource = key == Constants::RESOURCE;
-            entries[std::move(key)] = elements;
-            if (resource) ResourceHook(*elements);
-          }
-          return true;
-        },
-        messages_);
-    if (table) out = table.Take();
-    return static_cast<bool>(table);
+    return Object(json, "metadata", [&](const JsonValue& object) {
+      for (const auto& entry : object.GetObject()) {
+        std::string key = ValToString(entry.name);
+        if (!CheckType(entry.value, rapidjson::kObjectType, key, messages_)) return false;
+        auto elements = ElementMapOf(entry.value);
+        if (!elements) return false;
+        const bool resource = key == Constants::RESOURCE;
+        out[std::move(key)] = elements;
+        if (resource) ResourceHook(*elements);
+      }
+      return true;
+    });
   }
 
   // An element map, each distinct one made once: a document repeats the same few ("Required": {},
   // one resource named over and over). Element maps are immutable, so sharing them changes no
   // answer. The elements are checked in document order; the first bad one fails the map.
-  std::shared_ptr<const ElementMap> ElementMapOf(const JsonValue& json, Messages& messages) {
+  std::shared_ptr<const ElementMap> ElementMapOf(const JsonValue& json) {
     // The map's content as one text: each name and string with its length, so that different
     // maps give different texts.
     elementsKey_.clear();
@@ -526,15 +496,12 @@ class Reader {
       } else if (element.value.IsArray()) {
         elementsKey_ += 'l';
         for (const auto& string : element.value.GetArray()) {
-          if (!string.IsString()) {
-            AddMessageAt(messages, string, kInvalidFieldId, "value");
-            return nullptr;
-          }
+          if (!CheckType(string, rapidjson::kStringType, "value", messages_)) return nullptr;
           append(string);
         }
         elementsKey_ += 'e';
       } else {
-        AddMessageAt(messages, element.value, kInvalidFieldId, "ElementValue");
+        AddMessageAt(messages_, element.value, kInvalidFieldId, "ElementValue");
         return nullptr;
       }
     }
@@ -608,45 +575,7 @@ class Reader {
     }
   }
 
-  // Member readers: each reads one member into `out` and answers whether it succeeded.
-  bool Text(const JsonValue& json, const char* name, std::string& out) {
-    JsonMember<std::string> member(json, name, messages_);
-    if (member) out = member.Take();
-    return static_cast<bool>(member);
-  }
-
-  template <class E>
-  bool Enumerated(const JsonValue& json, const char* name, E& out) {
-    JsonMember<E> member(json, name, messages_);
-    if (member) out = member.Take();
-    return static_cast<bool>(member);
-  }
-
-  template <class Ptr, class Record>
-  bool Object(const JsonValue& json, const char* name, Ptr& out,
-              Record (Reader::*parse)(const JsonValue&)) {
-    JsonObjectMember<Ptr> member(
-        json, name,
-        [this, parse](const JsonValue& value, Messages&) { return (this->*parse)(value); },
-        messages_);
-    if (member) out = member.Take();
-    return static_cast<bool>(member);
-  }
-
-  // A list keeps document order; a map stores by name and keeps the first record of a name.
-  template <class Container, class Record>
-  bool Array(const JsonValue& json, const char* name, Container& out,
-             Record (Reader::*parse)(const JsonValue&)) {
-    JsonArrayMember<Container> member(
-        json, name,
-        [this, parse](const JsonValue& value, Messages&) { return (this->*parse)(value); },
-        messages_);
-    if (member) out = member.Take();
-    return static_cast<bool>(member);
-  }
-
   const Callbacks& callbacks_;
-  Messages& messages_;
   // Enumeration texts are upper-cased under the default locale, as ToUpper does; the text of the
   // last one read.
   std::locale locale_;
@@ -666,30 +595,13 @@ class Reader {
 
 bool JsonMetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
                                       Messages& messages) {
-  JsonDocument document;
-  ParseJson(in, document);
-  return LoadMetadataFromDoc(document, callbacks, messages);
+  return Reader::Read(in, kParseErrorId, callbacks, messages);
 }
 
 bool JsonMetadataParser::LoadMetadataFromDoc(const JsonDocument& document,
                                              const RegisterCallbacks& callbacks,
                                              Messages& messages) {
-  if (!CheckParsed(document, kParseErrorId, messages)) return false;
-  Reader reader(callbacks, messages);
-  std::shared_ptr<ComponentInfo> component;
-  const JsonObjectMember<void> root(
-      document, "metamodel",
-      [&](const JsonValue& metamodel, Messages& m) {
-        JsonObjectMember<std::shared_ptr<ComponentInfo>> read(
-            metamodel, "component",
-            [&](const JsonValue& json, Messages&) { return reader.Component(json); }, m);
-        if (read) component = read.Take();
-        return static_cast<bool>(read);
-      },
-      messages);
-  if (!root) return false;
-  callbacks.component(component);
-  return true;
+  return Reader::Read(document, kParseErrorId, callbacks, messages);
 }
 
 }  // namespace Metamodel

@@ -151,7 +151,8 @@ struct ParseResultAccess {
 template struct ParseResultAccess<&JsonDocument::parseResult_>;
 
 // Passes every event on to the document and stops the parse at the first array or object nested
-// deeper than kMaxJsonNesting. The reader then reports kParseErrorTermination at that bracket.
+// deeper than kMaxDocumentJsonDepth. The reader then reports kParseErrorTermination at that
+// bracket.
 class NestingLimit {
  public:
   explicit NestingLimit(JsonDocument& document) : document_(document) {}
@@ -184,7 +185,7 @@ class NestingLimit {
   }
 
  private:
-  bool Open() { return ++depth_ <= kMaxJsonNesting; }
+  bool Open() { return ++depth_ <= kMaxDocumentJsonDepth; }
 
   JsonDocument& document_;
   std::size_t depth_ = 0;
@@ -219,7 +220,7 @@ void ParseJson(std::istream& in, JsonDocument& document) {
   ParseLimited(text, document);
 }
 
-std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>&) {
+std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, Messages&) {
   auto parsed = std::make_shared<ParsedMetadata>();
   parsed->document = std::make_unique<JsonDocument>();
   std::streambuf* buffer = in.rdbuf();

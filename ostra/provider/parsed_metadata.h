@@ -3,31 +3,14 @@
 
 #include <cstddef>
 #include <istream>
-#include <list>
 #include <memory>
 #include <string>
 
-#include <rapidjson/document.h>
-
-#include "ostra/core/base_message.h"
+#include "ostra/provider/shared_types.h"
 
 namespace Ostra {
 namespace Provider {
 namespace Metadata {
-
-using JsonDocument =
-    rapidjson::GenericDocument<rapidjson::UTF8<char>,
-                               rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>,
-                               rapidjson::CrtAllocator>;
-using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>,
-                                          rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>>;
-
-// The deepest nesting of arrays and objects that a metadata document may have. Real metadata nests
-// a few dozen levels at most (a generic type reference takes one level per element type); the
-// limit is far above that, yet low enough that readers walking a document recursively stay within
-// a small thread stack. A deeper document fails to parse with kParseErrorTermination at the offset
-// of the first bracket beyond the limit.
-constexpr std::size_t kMaxJsonNesting = 512;
 
 struct ParsedMetadata {
   // The parsed tree, or the parse failure it records (GetParseError(), GetErrorOffset()).
@@ -51,7 +34,7 @@ void ParseJson(std::istream& in, JsonDocument& document);
 // stays recorded in the document. `messages` is never written. A stream that cannot be rewound
 // gets the fingerprint of whatever it still delivers. A read error of the stream buffer ends the
 // text where it happened. Never returns null; throws only when memory is exhausted.
-std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, std::list<BaseMessage>& messages);
+std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, Messages& messages);
 
 // Reads a source text from `in` (from its position on) once, block by block, parsing and
 // fingerprinting the same bytes. Reading stops at the first byte that cannot continue the document:

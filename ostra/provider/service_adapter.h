@@ -5,6 +5,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include <boost/optional.hpp>
@@ -63,6 +64,33 @@ void CompleteOrNotFound(const AsyncResult<T>& result, boost::optional<T> value, 
   }
 }
 
+// A service over one kind of keyed record: List() names every record the store lists, Get(id)
+// answers one, or NotFound with the catalogue message Lookup::kNotFoundId naming `id`. Lookup
+// tells the Interface, the Container and the two store calls, kList and kGet.
+template <class Impl, class Lookup>
+class ListGetAdapter
+    : public ServiceAdapter<Impl, typename Lookup::Interface, typename Lookup::Container> {
+ public:
+  using Activation = std::shared_ptr<Core::AsyncActivation>;
+  using Record = std::invoke_result_t<decltype(Lookup::kGet), const typename Lookup::Container&,
+                                      const std::string&>;
+  using ServiceAdapter<Impl, typename Lookup::Interface,
+                       typename Lookup::Container>::ServiceAdapter;
+
+  void List(const Activation&, const AsyncResult<std::list<std::string>>& result) override {
+    result(((*this->container_).*Lookup::kList)());
+  }
+  void Get(const std::string& id, const Activation&, const AsyncResult<Record>& result) override {
+    CompleteOrNotFound(result, ((*this->container_).*Lookup::kGet)(id), Lookup::kNotFoundId, id);
+  }
+};
+
+template <class Lookup>
+class ListGetService final : public ListGetAdapter<ListGetService<Lookup>, Lookup> {
+ public:
+  using ListGetAdapter<ListGetService<Lookup>, Lookup>::ListGetAdapter;
+};
+
 // A source mutation: an error completes the result; success leaves it uncompleted unless
 // `completeOnSuccess` (the Cli source service completes it with the empty value).
 inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& error,
@@ -77,12 +105,12 @@ inline void CompleteMutation(const AsyncResult<Void>& result, const ErrorPtr& er
 // The source service of a domain: create, delete, get, list, reload and fingerprint its sources.
 // Domain tells the types (Interface, Container, CreateSpec, Info), the not-found message id and
 // whether a successful mutation completes its result.
-template <class Impl, class Domain>
-class SourceServiceAdapter
-    : public ServiceAdapter<Impl, typename Domain::Interface, typename Domain::Container> {
+template <class Domain>
+class SourceService final : public ServiceAdapter<SourceService<Domain>, typename Domain::Interface,
+                                                  typename Domain::Container> {
  public:
   using Activation = std::shared_ptr<Core::AsyncActivation>;
-  using ServiceAdapter<Impl, typename Domain::Interface,
+  using ServiceAdapter<SourceService<Domain>, typename Domain::Interface,
                        typename Domain::Container>::ServiceAdapter;
 
   void Create(const std::string& sourceId,

@@ -31,7 +31,7 @@
 
 #include "ostra/core/crc32.h"
 #include "ostra/core/error_factory.h"
-#include "ostra/json/json_member.h"
+#include "ostra/provider/messages.h"
 #include "ostra/provider/parsed_metadata.h"
 #include "ostra/std_bindings/errors.h"
 
