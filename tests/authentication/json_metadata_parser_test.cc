@@ -125,6 +125,16 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
        {{kMissingFieldId, {"name"}}, {kInvalidFieldId, {"name"}}}},
       // From here on "product" is absent, which counts as read: the answer is true although the
       // component fails and is not registered.
+      // Both members present and failing, the component at its packages: the document fails.
+      {"packages not an object",
+       R"({"authentication":{"product":{},"component":{"name":"c",)" + kSchemes +
+           R"(,"packages":["key"]}}})",
+       false,
+       {},
+       {{kMissingFieldId, {"name"}},
+        {kMissingFieldId, {"operations"}},
+        {kMissingFieldId, {"services"}},
+        {kInvalidFieldId, {"packages"}}}},
       {"scheme list that is a string",
        Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
        true,

@@ -216,6 +216,52 @@ TEST(MetamodelParser, TypeRecordsAreSharedOnlyByEqualReferences) {
   EXPECT_EQ(types[6], types[7]);
 }
 
+// Many generic instantiations that differ in their kind, their first or their second type, each
+// declared twice: the two declarations share one record, and every record is what it declares.
+TEST(MetamodelParser, GenericRecordsAreSharedOnlyByEqualInstantiations) {
+  const auto user = [](int i) {
+    return R"({"category":"USER_DEFINED","user_defined_type":"structure",)"
+           R"("user_defined_type_name":"u)" +
+           std::to_string(i) + R"("})";
+  };
+  std::vector<std::string> declared, fields;
+  for (const char* kind : {"LIST", "SET", "OPTIONAL"}) {
+    for (int i = 0; i < 8; ++i) {
+      declared.push_back(std::string(kind) + " u" + std::to_string(i));
+      fields.push_back(R"({"category":"GENERIC","generic_type":")" + std::string(kind) +
+                       R"(","element_type":)" + user(i) + "}");
+    }
+  }
+  for (int i = 0; i < 5; ++i) {
+    for (int j = 0; j < 5; ++j) {
+      declared.push_back("MAP u" + std::to_string(i) + " u" + std::to_string(j));
+      fields.push_back(R"({"category":"GENERIC","generic_type":"MAP","map_key_type":)" + user(i) +
+                       R"(,"map_value_type":)" + user(j) + "}");
+    }
+  }
+  std::string document;
+  for (std::size_t i = 0; i < 2 * fields.size(); ++i)
+    document += (i ? "," : "") + Field("f" + std::to_string(i), fields[i % fields.size()]);
+  const Load load = LoadText(Doc(Package("p", Structure("s", document))));
+  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  const auto& loaded = OnlyStructure(load).fields;
+  ASSERT_EQ(loaded.size(), 2 * fields.size());
+  std::vector<std::shared_ptr<const Binding::Type>> types;
+  for (const auto& field : loaded)
+    types.push_back(field->type);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    SCOPED_TRACE(declared[i]);
+    EXPECT_EQ(types[i], types[i + fields.size()]);
+    const auto& generic = *types[i]->generic_instantiation;
+    const auto name = [](const std::shared_ptr<const Binding::Type>& type) {
+      return type ? " " + type->user_defined_type->resource_id : "";
+    };
+    EXPECT_EQ(generic.generic_type.GetText() + name(generic.element_type) +
+                  name(generic.map_key_type) + name(generic.map_value_type),
+              declared[i]);
+  }
+}
+
 TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
   const std::string constant_b =
       R"({"name":"B","documentation":"","type":{"category":"PRIMITIVE","type":"STRING"},"value":"1"})";
