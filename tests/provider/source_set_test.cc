@@ -37,22 +37,20 @@ std::vector<std::string> Vector(const List& list) {
 
 // Per domain: its store, spec and source service, a document naming one top-level record, a
 // document that parses but does not load with the messages it gets, what the store holds (the
-// names of its top-level records, sorted) and its domain fingerprints.
-struct MetamodelDomain {
-  using Store = Metadata::Metamodel::MetadataContainer;
-  using Spec = Binding::Metamodel::SourceSvc::CreateSpec;
-  using Sources = Metadata::Metamodel::SourceSvc::AsyncServiceImpl;
-  static constexpr const char* kName = "metamodel";
-  static constexpr const char* kTitle = "Metamodel";
+// names of its top-level records, sorted) and the fingerprints its records report.
+template <class S, class Sp, class Svc>
+struct Domain {
+  using Store = S;
+  using Spec = Sp;
+  using Sources = Svc;
+};
+
+// The domains whose records are components, which report their source's text fingerprint.
+template <class S, class Sp, class Svc>
+struct ComponentDomain : Domain<S, Sp, Svc> {
   static constexpr bool kCompletesOnSuccess = false;
-  static constexpr const char* kInvalid = R"({"metamodel":{"component":[]}})";
-  static constexpr const char* kInvalidMessages = "ostra.metadata.json.invalid.field: component";
-  static std::string Doc(const std::string& name) {
-    return MetamodelDocs::NamedDoc(name, MetamodelDocs::Package("p"));
-  }
-  static std::string Held(const Store& store) { return Sorted(Vector(store.ListComponents())); }
-  // The fingerprints that component "a" reports, against the expected ones.
-  static std::string Prints(const Store& store) {
+  static std::string Held(const S& store) { return Sorted(Vector(store.ListComponents())); }
+  static std::string Prints(const S& store) {
     return store.ComponentFingerprint("a") + " " + store.ComponentInfo("a")->fingerprint + " " +
            store.ComponentFingerprint("zz");
   }
@@ -61,13 +59,24 @@ struct MetamodelDomain {
   }
 };
 
-struct AuthenticationDomain {
-  using Store = Metadata::Authentication::MetadataContainer;
-  using Spec = Binding::Authentication::SourceSvc::CreateSpec;
-  using Sources = Metadata::Authentication::SourceSvc::AsyncServiceImpl;
+struct MetamodelDomain : ComponentDomain<Metadata::Metamodel::MetadataContainer,
+                                         Binding::Metamodel::SourceSvc::CreateSpec,
+                                         Metadata::Metamodel::SourceSvc::AsyncServiceImpl> {
+  static constexpr const char* kName = "metamodel";
+  static constexpr const char* kTitle = "Metamodel";
+  static constexpr const char* kInvalid = R"({"metamodel":{"component":[]}})";
+  static constexpr const char* kInvalidMessages = "ostra.metadata.json.invalid.field: component";
+  static std::string Doc(const std::string& name) {
+    return MetamodelDocs::NamedDoc(name, MetamodelDocs::Package("p"));
+  }
+};
+
+struct AuthenticationDomain
+    : ComponentDomain<Metadata::Authentication::MetadataContainer,
+                      Binding::Authentication::SourceSvc::CreateSpec,
+                      Metadata::Authentication::SourceSvc::AsyncServiceImpl> {
   static constexpr const char* kName = "authentication";
   static constexpr const char* kTitle = "Authentication";
-  static constexpr bool kCompletesOnSuccess = false;
   static constexpr const char* kInvalid = R"({"authentication":{"product":{},"component":{
       "name":1}}})";
   static constexpr const char* kInvalidMessages =
@@ -76,20 +85,10 @@ struct AuthenticationDomain {
     return R"({"authentication":{"component":{"name":")" + name +
            R"(","operations":{},"services":{"p.s":[]}}}})";
   }
-  static std::string Held(const Store& store) { return Sorted(Vector(store.ListComponents())); }
-  static std::string Prints(const Store& store) {
-    return store.ComponentFingerprint("a") + " " + store.ComponentInfo("a")->fingerprint + " " +
-           store.ComponentFingerprint("zz");
-  }
-  static std::string ExpectedPrints(const std::string& a, const std::string&) {
-    return Crc(a) + " " + Crc(a) + " ";
-  }
 };
 
-struct CliDomain {
-  using Store = Metadata::Cli::MetadataContainer;
-  using Spec = Binding::Cli::SourceSvc::CreateSpec;
-  using Sources = Metadata::Cli::SourceSvc::AsyncServiceImpl;
+struct CliDomain : Domain<Metadata::Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec,
+                          Metadata::Cli::SourceSvc::AsyncServiceImpl> {
   static constexpr const char* kName = "cli";
   static constexpr const char* kTitle = "Cli";
   static constexpr bool kCompletesOnSuccess = true;
@@ -99,7 +98,7 @@ struct CliDomain {
   static std::string Doc(const std::string& name) {
     return R"({"cli":[{"type":"namespace","path":"","name":")" + name + R"(","description":"d"}]})";
   }
-  static std::string Held(const Store& store) {
+  static std::string Held(const Metadata::Cli::MetadataContainer& store) {
     std::vector<std::string> names;
     for (const auto& id : store.ListNamespaces()) {
       if (!id->name.empty()) names.push_back(id->name);
@@ -107,7 +106,7 @@ struct CliDomain {
     return Sorted(names);
   }
   // Namespaces and commands report the fingerprint of all sources.
-  static std::string Prints(const Store& store) {
+  static std::string Prints(const Metadata::Cli::MetadataContainer& store) {
     return store.NamespaceFingerprint() + " " + store.CommandFingerprint();
   }
   static std::string ExpectedPrints(const std::string& a, const std::string& b) {
