@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "test_messages.h"
+#include "test_store.h"
 
 namespace {
 
@@ -48,10 +48,7 @@ const std::string kSchemes =
     R"("token":{"authenticationScheme":"session","type":"sessionaware","sessionManager":"m"}})";
 
 TEST(AuthenticationParser, LoadsTheBundledExample) {
-  std::ifstream file(OSTRA_EXAMPLES_DIR "/authentication.json");
-  std::stringstream text;
-  text << file.rdbuf();
-  const Load load = LoadText(text.str());
+  const Load load = LoadText(OstraTest::ExampleText("authentication.json"));
   ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
   EXPECT_EQ(load.order,
             (std::vector<std::string>{"com.larkspur.fleet.product", "com.larkspur.fleet"}));

@@ -4,12 +4,12 @@
 
 #include <boost/optional/optional_io.hpp>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "test_messages.h"
+#include "test_store.h"
 
 namespace {
 
@@ -55,10 +55,7 @@ std::string Option(const std::string& generic) {
 }
 
 TEST(CliParser, LoadsTheBundledExample) {
-  std::ifstream file(OSTRA_EXAMPLES_DIR "/cli.json");
-  std::stringstream text;
-  text << file.rdbuf();
-  const Load load = LoadText(text.str());
+  const Load load = LoadText(OstraTest::ExampleText("cli.json"));
   ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
   EXPECT_EQ(load.namespaces.size(), 5u);
   ASSERT_FALSE(load.commands.empty());
