@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -59,8 +60,9 @@ class TempFilesTest : public testing::Test {
   std::string Write(const std::string& name, const std::string& text) {
     // Named after suite and test: ctest runs tests of the same name in parallel processes.
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string path = testing::TempDir() + "/" + test->test_suite_name() + "." +
-                             test->name() + "_" + name + ".json";
+    std::string path = std::string(test->test_suite_name()) + "." + test->name() + "_" + name;
+    std::replace(path.begin(), path.end(), '/', '_');  // typed suites are named "Suite/0"
+    path = testing::TempDir() + "/" + path + ".json";
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     written_.push_back(path);
     return path;

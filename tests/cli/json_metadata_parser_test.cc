@@ -4,12 +4,12 @@
 
 #include <boost/optional/optional_io.hpp>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "test_messages.h"
+#include "test_store.h"
 
 namespace {
 
@@ -55,10 +55,7 @@ std::string Option(const std::string& generic) {
 }
 
 TEST(CliParser, LoadsTheBundledExample) {
-  std::ifstream file(OSTRA_EXAMPLES_DIR "/cli.json");
-  std::stringstream text;
-  text << file.rdbuf();
-  const Load load = LoadText(text.str());
+  const Load load = LoadText(OstraTest::ExampleText("cli.json"));
   ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
   EXPECT_EQ(load.namespaces.size(), 5u);
   ASSERT_FALSE(load.commands.empty());
@@ -76,78 +73,82 @@ TEST(CliParser, LoadsTheBundledExample) {
   EXPECT_EQ(plan.output_field_list.back()->output_fields.back()->display_name, "Window");
 }
 
-TEST(CliParser, RootFaults) {
-  Load load = LoadText(R"({"commands":[]})");
-  EXPECT_FALSE(load.ok);
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"cli"}}});
+// Every fault ends the load at once with its messages; nothing after it is registered.
+TEST(CliParser, FaultsEndTheLoadWithTheirMessages) {
+  const auto node = [](const std::string& members) { return R"({"cli":[{)" + members + "}]}"; };
+  const std::string named = R"("path":"","name":"c","description":"d")";
+  const std::string options = R"("formatter":"table","options":[],)";
+  const std::string fields = options + R"("output_field_list":[{"structure_id":"s",)";
+  struct Case {
+    const char* what;
+    std::string text;
+    std::vector<Expected> messages;
+  } const cases[] = {
+      {"syntax", R"({"cli":[)", {{"ostra.metadata.cli.parse.error", {"3", "8"}}}},
+      {"no cli member", R"({"commands":[]})", {{kMissing, {"cli"}}}},
+      {"root not an object", R"([{"cli":[]}])", {{kMissing, {"cli"}}}},
+      // An object where the array belongs: the Cli id, which the catalogue does not know.
+      {"cli not an array", R"({"cli":{}})", {{kCliInvalid, {"cli"}}}},
+      {"node not an object", R"({"cli":["namespace"]})", {{kMissing, {"type"}}}},
+      {"type not a text", node(R"("type":7)"), {{kCliInvalid, {"type"}}}},
+      {"namespace without a name",
+       node(R"("type":"namespace","path":"","description":"x")"),
+       {{kMissing, {"name"}}}},
+      {"command without a name",
+       node(R"("type":"command","path":"","description":"x")"),
+       {{kMissing, {"name"}}}},
+      {"command without metadata",
+       node(R"("type":"command",)" + named),
+       {{kMissing, {"node_metadata"}}}},
+      // A "node_metadata" that is no object is reported under "path".
+      {"metadata not an object",
+       node(R"("type":"command",)" + named + R"(,"node_metadata":[])"),
+       {{kCliInvalid, {"path"}}}},
+      {"no operation id",
+       node(R"("type":"command",)" + named + R"(,"node_metadata":{"service_id":"s"})"),
+       {{kMissing, {"operation_id"}}}},
+      {"formatter not a text", Command(R"("formatter":5)"), {{kCliInvalid, {"formatter"}}}},
+      // Absent optional members before the fault leave their missing-field messages first.
+      {"option entry",
+       Command(R"("options":[)" + Option("none") + R"(,{"long_option":1}])"),
+       {{kMissing, {"formatter"}}, {kMissing, {"short_option"}}, {kCliInvalid, {"long_option"}}}},
+      {"options not an array",
+       Command(R"("formatter":"table","options":{})"),
+       {{kCliInvalid, {"options"}}}},
+      {"option not an object",
+       Command(R"("formatter":"table","options":["x"])"),
+       {{kCliInvalid, {"options_entry"}}}},
+      // Output entries share the option entries' argument; their fields have their own.
+      {"output entry",
+       Command(R"("formatter":"table","output_field_list":[3])"),
+       {{kMissing, {"options"}}, {kCliInvalid, {"options_entry"}}}},
+      {"output field",
+       Command(fields + R"("output_fields":[{"field_name":"f"}]}])"),
+       {{kMissing, {"display_name"}}}},
+      {"output field not an object",
+       Command(fields + R"("output_fields":[null]}])"),
+       {{kCliInvalid, {"output_fields"}}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Load load = LoadText(c.text);
+    EXPECT_FALSE(load.ok);
+    EXPECT_TRUE(load.namespaces.empty() && load.commands.empty());
+    EXPECT_MESSAGES(load.messages, c.messages);
+  }
+  EXPECT_EQ(MetadataMessage::DefaultMessageForId(kCliInvalid), "Unknown message.");
 
-  // An object where the array belongs: the Cli id, which the catalogue does not know.
-  load = LoadText(R"({"cli":{}})");
-  EXPECT_FALSE(load.ok);
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"cli"}}});
-  EXPECT_EQ(load.messages.back().GetDefaultMessage(), "Unknown message.");
-
-  load = LoadText(R"([{"cli":[]}])");
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"cli"}}});
-
-  load = LoadText(R"({"cli":[)");
-  EXPECT_FALSE(load.ok);
-  ASSERT_EQ(load.messages.size(), 1u);
-  EXPECT_EQ(load.messages.front().GetId(), "ostra.metadata.cli.parse.error");
-
-  load = LoadText(R"({"cli":[]})");
-  EXPECT_TRUE(load.ok);
-  EXPECT_TRUE(load.namespaces.empty() && load.commands.empty() && load.messages.empty());
-}
-
-TEST(CliParser, NodeFaultsStopTheLoadAtTheFirst) {
-  // Node types are case-sensitive, unlike enumeration texts.
-  Load load =
+  // Node types are case-sensitive, unlike enumeration texts; what came before the fault was
+  // registered (the store drops it).
+  const Load load =
       LoadText(R"({"cli":[{"type":"namespace","path":"","name":"a","description":"x"},)"
                R"({"type":"Namespace","path":"","name":"b","description":"y"},{"type":"bogus"}]})");
   EXPECT_FALSE(load.ok);
   EXPECT_MESSAGES(load.messages, {{"ostra.metadata.cli.json.invalid.node.type", {"type"}}});
-  EXPECT_EQ(load.namespaces.size(), 1u);  // registered before the fault; the store drops it
-
-  load = LoadText(R"({"cli":[{"type":7}]})");
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"type"}}});
-  load = LoadText(R"({"cli":[{"type":"namespace","path":"","description":"x"}]})");
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"name"}}});
-  load = LoadText(R"({"cli":["namespace"]})");
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"type"}}});
-
-  load = LoadText(R"({"cli":[{"type":"command","path":"","name":"c","description":"d"}]})");
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"node_metadata"}}});
-  // A "node_metadata" that is no object is reported under "path".
-  load = LoadText(
-      R"({"cli":[{"type":"command","path":"","name":"c","description":"d","node_metadata":[]}]})");
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"path"}}});
-  EXPECT_TRUE(load.commands.empty());
-}
-
-TEST(CliParser, CommandMetadataFaultsFollowTheAbsentOptionalMembers) {
-  // Absent optional members before the fault leave their missing-field messages first.
-  Load load = LoadText(Command(R"("options":[)" + Option("none") + R"(,{"long_option":1}])"));
-  EXPECT_FALSE(load.ok);
-  EXPECT_MESSAGES(
-      load.messages,
-      {{kMissing, {"formatter"}}, {kMissing, {"short_option"}}, {kCliInvalid, {"long_option"}}});
-
-  load = LoadText(Command(R"("formatter":"table","options":{})"));
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"options"}}});
-  load = LoadText(Command(R"("formatter":"table","options":["x"])"));
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"options_entry"}}});
-  // Output entries share the option entries' argument; their fields have their own.
-  load = LoadText(Command(R"("formatter":"table","output_field_list":[3])"));
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"options"}}, {kCliInvalid, {"options_entry"}}});
-  load = LoadText(Command(
-      R"("formatter":"table","options":[],"output_field_list":[{"structure_id":"s","output_fields":[{"field_name":"f"}]}])"));
-  EXPECT_MESSAGES(load.messages, {{kMissing, {"display_name"}}});
-  load = LoadText(Command(
-      R"("formatter":"table","options":[],"output_field_list":[{"structure_id":"s","output_fields":[null]}])"));
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"output_fields"}}});
-  load = LoadText(Command(R"("formatter":5)"));
-  EXPECT_MESSAGES(load.messages, {{kCliInvalid, {"formatter"}}});
+  EXPECT_EQ(load.namespaces.size(), 1u);
+  const Load empty = LoadText(R"({"cli":[]})");
+  EXPECT_TRUE(empty.ok && empty.namespaces.empty() && empty.commands.empty() &&
+              empty.messages.empty());
 }
 
 TEST(CliParser, UnknownFormatterAndGenericTextsAreKeptWithoutFault) {

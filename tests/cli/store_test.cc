@@ -152,25 +152,4 @@ TEST_F(CliStoreTest, NamespacesAreMergedAcrossSourcesCommandsAreNot) {
   EXPECT_EQ(store_->SourceFingerprint(std::string("zz")), "");
 }
 
-TEST_F(CliStoreTest, SourceFaultsChangeNothing) {
-  Add("a", Doc({NsNode("", "n", "N")}));
-  const auto broken = store_->CreateSource(
-      "x", FileSpec<Spec>(Write("x", Doc({NsNode("", "m", "M"), R"({"type":"link"})"}))));
-  EXPECT_EQ(KindOf(*broken), Kind::INVALID_ARGUMENT);
-  EXPECT_EQ(OnlyMessage(*broken), "ostra.metadata.cli.json.invalid.node.type: type");
-  EXPECT_EQ(OnlyMessage(*store_->CreateSource("y", FileSpec<Spec>(testing::TempDir() + "/no"))),
-            "ostra.metada.cli.source.file.not.found: " + testing::TempDir() + "/no");
-  EXPECT_EQ(OnlyMessage(*store_->CreateSource("a", FileSpec<Spec>(""))),
-            "ostra.metada.cli.source.exists: a");
-  EXPECT_EQ(OnlyMessage(*store_->DeleteSource("zz")), "ostra.metada.cli.source.not.found: zz");
-
-  // A reload of an unknown id pairs the "exists" message with NotFound.
-  const auto unknown = store_->ReloadSource(std::string("zz"));
-  EXPECT_EQ(KindOf(*unknown), Kind::NOT_FOUND);
-  EXPECT_EQ(Ostra::Data::ErrorFactory::GetMessages(*unknown).front().GetDefaultMessage(),
-            "Cli source already exists: zz");
-  EXPECT_EQ(store_->ListSources(), std::list<std::string>{"a"});
-  EXPECT_EQ(Names(store_->ListNamespaces()), (std::vector<std::string>{"/", "/n"}));
-}
-
 }  // namespace

@@ -32,6 +32,15 @@ TEST(DataJson, TextRoundTripsThroughValues) {
   EXPECT_EQ(ToJson(*FromJson(R"({"a":1,"a":2})")), R"({"a":1})");
 }
 
+TEST(DataValue, EqualValuesHaveTheSameTypeAndContent) {
+  const char* const texts[] = {R"({"a":1})", R"({"a":2})", R"({"b":1})", "{}",     "[]",   "[1]",
+                               "[1,2]",      "1",          "1.5",        R"("1")", "true", "null"};
+  for (const char* a : texts) {
+    for (const char* b : texts)
+      EXPECT_EQ(*FromJson(a) == *FromJson(b), a == b) << a << " " << b;
+  }
+}
+
 TEST(DataJson, RejectsBrokenAndTooDeepInput) {
   std::string error;
   EXPECT_EQ(FromJson("{\"a\":", &error), nullptr);
@@ -99,6 +108,11 @@ TEST(TypeConverter, RefusesValuesOfTheWrongShape) {
   EXPECT_FALSE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(
       *FromJson(R"({"description":7,"type":"FILE"})"), spec));
   EXPECT_FALSE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(*FromJson("[]"), spec));
+  // A record member held by pointer may be absent too.
+  Metamodel::Type type;
+  EXPECT_TRUE(TypeConverter<Metamodel::Type>::FromValue(
+      *FromJson(R"({"category":"BUILTIN","builtin_type":"STRING"})"), type));
+  EXPECT_EQ(type.user_defined_type, nullptr);
   std::list<std::string> strings;
   EXPECT_FALSE(TypeConverter<std::list<std::string>>::FromValue(*FromJson(R"(["a",1])"), strings));
   boost::optional<std::string> optional;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "metamodel/documents.h"
 #include "ostra/core/json.h"
 #include "test_messages.h"
+#include "test_store.h"
 
 namespace {
 
@@ -55,10 +55,7 @@ const Binding::StructureInfo& OnlyStructure(const Load& load) {
 }
 
 TEST(MetamodelParser, LoadsTheBundledExample) {
-  std::ifstream file(OSTRA_EXAMPLES_DIR "/metamodel.json");
-  std::stringstream text;
-  text << file.rdbuf();
-  const Load load = LoadText(text.str());
+  const Load load = LoadText(OstraTest::ExampleText("metamodel.json"));
   ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
   ASSERT_FALSE(load.events.empty());
   EXPECT_EQ(load.events.back(), "component com.larkspur.fleet");
@@ -180,40 +177,77 @@ TEST(MetamodelParser, TypeReferenceSpellings) {
   EXPECT_EQ(inner.element_type->builtin_type->GetValue(), Builtin::LONG);
 }
 
-// Equal type references may share one record; different ones never do, whatever bytes their
-// texts hold.
+// Equal user-defined and builtin references share one record; different ones never do, whatever
+// bytes their texts hold. (Generic instantiations: below.)
 TEST(MetamodelParser, TypeRecordsAreSharedOnlyByEqualReferences) {
   const auto user = [](const std::string& kind, const std::string& name) {
     return R"({"category":"USER_DEFINED","user_defined_type":")" + kind +
            R"(","user_defined_type_name":")" + name + R"("})";
   };
-  const auto list = [](const std::string& element) {
-    return R"({"category":"GENERIC","generic_type":"LIST","element_type":)" + element + "}";
-  };
   const std::string first = user(R"(a\u0000b)", "c"), second = user("a", R"(b\u0000c)");
   const std::string builtin = R"({"category":"BUILTIN","primitive_type":"STRING"})";
-  const std::string fields[] = {first,        second,      first,   list(first),
-                                list(second), list(first), builtin, builtin};
-  std::string document;
-  for (std::size_t i = 0; i < std::size(fields); ++i)
-    document += (i ? "," : "") + Field("f" + std::to_string(i), fields[i]);
-  const Load load = LoadText(Doc(Package("p", Structure("s", document))));
+  const Load load = LoadText(
+      Doc(Package("p", Structure("s", Field("f0", first) + "," + Field("f1", second) + "," +
+                                          Field("f2", first) + "," + Field("f3", builtin) + "," +
+                                          Field("f4", builtin)))));
   ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
   std::vector<std::shared_ptr<const Binding::Type>> types;
   for (const auto& field : OnlyStructure(load).fields)
     types.push_back(field->type);
-  ASSERT_EQ(types.size(), std::size(fields));
-
+  ASSERT_EQ(types.size(), 5u);
   EXPECT_EQ(types[0]->user_defined_type->resource_type, std::string("a\0b", 3));
   EXPECT_EQ(types[0]->user_defined_type->resource_id, "c");
   EXPECT_EQ(types[1]->user_defined_type->resource_type, "a");
   EXPECT_EQ(types[1]->user_defined_type->resource_id, std::string("b\0c", 3));
   EXPECT_NE(types[0], types[1]);
   EXPECT_EQ(types[0], types[2]);
-  EXPECT_NE(types[3], types[4]);
-  EXPECT_EQ(types[4]->generic_instantiation->element_type, types[1]);
-  EXPECT_EQ(types[3], types[5]);
-  EXPECT_EQ(types[6], types[7]);
+  EXPECT_EQ(types[3], types[4]);
+}
+
+// Many generic instantiations that differ in their kind, their first or their second type, each
+// declared twice: the two declarations share one record, and every record is what it declares.
+TEST(MetamodelParser, GenericRecordsAreSharedOnlyByEqualInstantiations) {
+  const auto user = [](int i) {
+    return R"({"category":"USER_DEFINED","user_defined_type":"structure",)"
+           R"("user_defined_type_name":"u)" +
+           std::to_string(i) + R"("})";
+  };
+  std::vector<std::string> declared, fields;
+  for (const char* kind : {"LIST", "SET", "OPTIONAL"}) {
+    for (int i = 0; i < 8; ++i) {
+      declared.push_back(std::string(kind) + " u" + std::to_string(i));
+      fields.push_back(R"({"category":"GENERIC","generic_type":")" + std::string(kind) +
+                       R"(","element_type":)" + user(i) + "}");
+    }
+  }
+  for (int i = 0; i < 5; ++i) {
+    for (int j = 0; j < 5; ++j) {
+      declared.push_back("MAP u" + std::to_string(i) + " u" + std::to_string(j));
+      fields.push_back(R"({"category":"GENERIC","generic_type":"MAP","map_key_type":)" + user(i) +
+                       R"(,"map_value_type":)" + user(j) + "}");
+    }
+  }
+  std::string document;
+  for (std::size_t i = 0; i < 2 * fields.size(); ++i)
+    document += (i ? "," : "") + Field("f" + std::to_string(i), fields[i % fields.size()]);
+  const Load load = LoadText(Doc(Package("p", Structure("s", document))));
+  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  const auto& loaded = OnlyStructure(load).fields;
+  ASSERT_EQ(loaded.size(), 2 * fields.size());
+  std::vector<std::shared_ptr<const Binding::Type>> types;
+  for (const auto& field : loaded)
+    types.push_back(field->type);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    SCOPED_TRACE(declared[i]);
+    EXPECT_EQ(types[i], types[i + fields.size()]);
+    const auto& generic = *types[i]->generic_instantiation;
+    const auto name = [](const std::shared_ptr<const Binding::Type>& type) {
+      return type ? " " + type->user_defined_type->resource_id : "";
+    };
+    EXPECT_EQ(generic.generic_type.GetText() + name(generic.element_type) +
+                  name(generic.map_key_type) + name(generic.map_value_type),
+              declared[i]);
+  }
 }
 
 TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
@@ -243,50 +277,41 @@ TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
 }
 
 TEST(MetamodelParser, ResourceAndModelHooks) {
-  const std::string resource_list = R"({"Resource":{"value":["r1","r2","r3"]}})";
-  const std::string model = R"({"Model":{}})";
-  auto keyed = [](const std::string& value) {
-    return R"({"Resource":{"value":)" + value + R"(},"ModelKey":{}})";
+  const auto keyed = [](const std::string& name, const std::string& value) {
+    return Field(name, R"({"category":"BUILTIN","primitive_type":"ID"})",
+                 R"({"Resource":{"value":)" + value + R"(},"ModelKey":{}})");
   };
-  {
-    const Load load = LoadText(
-        Doc(Package("p", Structure("m",
-                                   Field("a", R"({"category":"BUILTIN","primitive_type":"ID"})",
-                                         keyed("\"r1\"")) +
-                                       "," +
-                                       Field("b", R"({"category":"BUILTIN","primitive_type":"ID"})",
-                                             keyed("\"r2\"")),
-                                   model)),
-            resource_list));
-    ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
-    EXPECT_EQ(load.events, (std::vector<std::string>{"resource r1", "resource r2", "resource r3",
-                                                     "resource r1", "resource r2", "model r1 m",
-                                                     "model r2 m", "component comp"}));
-  }
-  {
-    // The first resource-keyed field holds a list: no model at all; the later string is ignored.
-    const Load load = LoadText(Doc(Package(
-        "p",
-        Structure(
-            "m",
-            Field("a", R"({"category":"BUILTIN","primitive_type":"ID"})", keyed(R"(["x","y"])")) +
-                "," +
-                Field("b", R"({"category":"BUILTIN","primitive_type":"ID"})", keyed("\"r2\"")),
-            model))));
-    ASSERT_TRUE(load.ok);
-    EXPECT_EQ(load.events, (std::vector<std::string>{"resource x", "resource y", "resource r2",
-                                                     "component comp"}));
-  }
-  {
-    // Hooks that fired before a later fault stay fired; the component does not.
-    const Load load = LoadText(Doc(Package(
-        "p",
-        Structure("m",
-                  Field("a", R"({"category":"BUILTIN","primitive_type":"ID"})", keyed("\"r1\"")),
-                  model) +
-            "," + Structure("bad", "", "{}", "?"))));
-    EXPECT_FALSE(load.ok);
-    EXPECT_EQ(load.events, (std::vector<std::string>{"resource r1", "model r1 m"}));
+  const std::string model = R"({"Model":{}})";
+  struct Case {
+    const char* what;
+    std::string text;
+    bool ok;
+    std::vector<std::string> events;
+  } const cases[] = {
+      {"resources of the component, then of the model's keys, then the models",
+       Doc(Package("p", Structure("m", keyed("a", R"("r1")") + "," + keyed("b", R"("r2")"), model)),
+           R"({"Resource":{"value":["r1","r2","r3"]}})"),
+       true,
+       {"resource r1", "resource r2", "resource r3", "resource r1", "resource r2", "model r1 m",
+        "model r2 m", "component comp"}},
+      // The first resource-keyed field holds a list: no model at all; the later text is ignored.
+      {"first key a list",
+       Doc(Package(
+           "p", Structure("m", keyed("a", R"(["x","y"])") + "," + keyed("b", R"("r2")"), model))),
+       true,
+       {"resource x", "resource y", "resource r2", "component comp"}},
+      // Hooks that fired before a later fault stay fired; the component does not.
+      {"later fault",
+       Doc(Package("p", Structure("m", keyed("a", R"("r1")"), model) + "," +
+                            Structure("bad", "", "{}", "?"))),
+       false,
+       {"resource r1", "model r1 m"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Load load = LoadText(c.text);
+    EXPECT_EQ(load.ok, c.ok) << OstraTest::Describe(load.messages);
+    EXPECT_EQ(load.events, c.events);
   }
 }
 

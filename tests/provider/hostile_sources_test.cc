@@ -42,33 +42,6 @@ std::string ParseErrorOf(const std::string& text) {
          std::to_string(document.GetErrorOffset());
 }
 
-template <class Container, class Spec>
-void ExpectNullSpecRefused(const std::string& domain) {
-  SCOPED_TRACE(domain);
-  const auto store = Container::GetInstance();
-  std::istringstream text(ExampleText(domain + ".json"));
-  Metadata::Messages none;
-  const auto parsed = Metadata::ParseStream(text, none);
-  for (const auto& error : {store->CreateSource("a", nullptr),
-                            store->CreateSourceFromMetadata("a", *parsed, nullptr)}) {
-    ASSERT_NE(error, nullptr);
-    EXPECT_EQ(Errors::KindOf(*error), Errors::ErrorType::INVALID_ARGUMENT);
-    EXPECT_TRUE(Ostra::Data::ErrorFactory::GetMessages(*error).empty());
-  }
-  EXPECT_TRUE(store->ListSources().empty());
-  // The same document with a spec loads.
-  EXPECT_EQ(store->CreateSourceFromMetadata("a", *parsed, FileSpec<Spec>("unused")), nullptr);
-}
-
-TEST(HostileSources, EveryStoreRefusesACreateWithoutASpec) {
-  ExpectNullSpecRefused<Metadata::Metamodel::MetadataContainer,
-                        Binding::Metamodel::SourceSvc::CreateSpec>("metamodel");
-  ExpectNullSpecRefused<Metadata::Authentication::MetadataContainer,
-                        Binding::Authentication::SourceSvc::CreateSpec>("authentication");
-  ExpectNullSpecRefused<Metadata::Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec>(
-      "cli");
-}
-
 using EndlessSources = MetamodelStoreTest;
 
 // Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "metamodel/documents.h"
 #include "ostra/authentication/json_metadata_container.h"
 #include "ostra/cli/json_metadata_container.h"
 #include "ostra/core/json.h"
@@ -160,8 +161,8 @@ std::shared_ptr<const Record> First(const std::vector<const Entries<Record>*>& s
 }
 
 // The documentation that tells records apart; "-" for none.
-template <class Record>
-std::string Doc(const std::shared_ptr<const Record>& record) {
+template <class Pointer>
+std::string Doc(const Pointer& record) {
   return record ? record->documentation : "-";
 }
 
@@ -171,6 +172,29 @@ std::string Names(const boost::optional<std::list<std::string>>& names) {
   for (const auto& name : *names)
     text += name + " ";
   return text;
+}
+
+// The operation names of the first service `id`, or none.
+template <class Service>
+boost::optional<std::list<std::string>> OperationsOf(const Entries<Service>& services,
+                                                     const std::string& id) {
+  const auto found = First<Service>({&services}, id);
+  if (!found) return boost::none;
+  std::list<std::string> names;
+  for (const auto& operation : found->operations)
+    names.push_back(operation.first);
+  return names;
+}
+
+// The operation from the first service `service` that has it.
+template <class Service>
+auto OperationOf(const Entries<Service>& services, const std::string& service,
+                 const std::string& operation) {
+  for (const auto& entry : services) {
+    const auto it = entry.second->operations.find(operation);
+    if (entry.first == service && it != entry.second->operations.end()) return it->second;
+  }
+  return decltype(services.front().second->operations.begin()->second)();
 }
 
 // Every lookup of the Metamodel store answered by walking the sources.
@@ -204,24 +228,6 @@ struct MetamodelWalk {
   std::vector<const Entries<Mm::EnumerationInfo>*> EnumerationStages() const {
     return {&enumerations[0], &enumerations[1], &enumerations[2], &enumerations[3]};
   }
-  boost::optional<std::list<std::string>> Operations(const std::string& service) const {
-    const auto found = First<Mm::ServiceInfo>({&services}, service);
-    if (!found) return boost::none;
-    std::list<std::string> names;
-    for (const auto& operation : found->operations)
-      names.push_back(operation.first);
-    return names;
-  }
-  // From the first service of that id that has the operation.
-  std::shared_ptr<const Mm::OperationInfo> Operation(const std::string& service,
-                                                     const std::string& operation) const {
-    for (const auto& entry : services) {
-      const auto it = entry.second->operations.find(operation);
-      if (entry.first == service && it != entry.second->operations.end()) return it->second;
-    }
-    return nullptr;
-  }
-
   Entries<Mm::PackageInfo> packages;
   Entries<Mm::ServiceInfo> services;
   Entries<Mm::StructureInfo> structures[2];  // of packages, of services
@@ -248,12 +254,13 @@ void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
               Doc(First<Mm::PackageInfo>({&walk.packages}, "p" + n)));
     EXPECT_EQ(Doc(store->ServiceInfo("s" + n)),
               Doc(First<Mm::ServiceInfo>({&walk.services}, "s" + n)));
-    EXPECT_EQ(Names(store->ListOperations("s" + n)), Names(walk.Operations("s" + n)));
+    EXPECT_EQ(Names(store->ListOperations("s" + n)), Names(OperationsOf(walk.services, "s" + n)));
     EXPECT_EQ(Doc(store->StructureInfo("t" + n)), Doc(First(walk.StructureStages(), "t" + n)));
     EXPECT_EQ(Doc(store->EnumerationInfo("e" + n)), Doc(First(walk.EnumerationStages(), "e" + n)));
     for (int j = 0; j <= 4; ++j) {
       const std::string o = "o" + std::to_string(j);
-      EXPECT_EQ(Doc(store->OperationInfo("s" + n, o)), Doc(walk.Operation("s" + n, o))) << o;
+      EXPECT_EQ(Doc(store->OperationInfo("s" + n, o)), Doc(OperationOf(walk.services, "s" + n, o)))
+          << o;
     }
   }
 }
@@ -269,27 +276,18 @@ TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
 // A stage runs over all sources before the next one starts: source b's package enumeration and
 // package structure beat those that source a has in a service.
 TEST(LookupDifferential, MetamodelStagesSpanAllSources) {
-  const std::string record = R"("metadata":{},"enumerations":[],"constants":[],"fields":[])";
-  const auto doc = [](const std::string& package) {
-    return R"({"metamodel":{"component":{"name":"c","documentation":"","metadata":{},)"
-           R"("packages":[)" +
-           package + "]}}}";
-  };
-  const auto enumeration = [](const std::string& documentation) {
-    return R"({"name":"e","documentation":")" + documentation + R"(","metadata":{},"values":[]})";
-  };
-  const auto structure = [&](const std::string& documentation) {
-    return R"({"name":"t","type":"STRUCTURE","documentation":")" + documentation + "\"," + record +
-           "}";
+  namespace D = OstraTest::MetamodelDocs;
+  const auto named = [](std::string record, const std::string& documentation) {
+    const std::string empty = R"("documentation":"")";
+    return record.replace(record.find(empty), empty.size(),
+                          R"("documentation":")" + documentation + "\"");
   };
   const std::string a =
-      doc(R"({"name":"pa","documentation":"","metadata":{},"enumerations":[],"structures":[],)"
-          R"("services":[{"name":"s","documentation":"","metadata":{},"enumerations":[)" +
-          enumeration("a service") + R"(],"structures":[)" + structure("a service") +
-          R"(],"constants":[],"operations":[]}]})");
-  const std::string b = doc(R"({"name":"pb","documentation":"","metadata":{},"enumerations":[)" +
-                            enumeration("b package") + R"(],"structures":[)" +
-                            structure("b package") + R"(],"services":[]})");
+      D::Doc(D::Package("pa", "",
+                        D::Service("s", "", named(D::Structure("t", ""), "a service"),
+                                   named(D::Enumeration("e"), "a service"))));
+  const std::string b = D::Doc(D::Package("pb", named(D::Structure("t", ""), "b package"), "", "{}",
+                                          named(D::Enumeration("e"), "b package")));
   MetamodelStore store = Metadata::Metamodel::MetadataContainer::GetInstance();
   LoadAll<MetamodelStore, Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
   EXPECT_EQ(Doc(store->EnumerationInfo("e")), "b package");
@@ -342,9 +340,10 @@ class AuthenticationDocs {
   int next_ = 1;
 };
 
-template <class Record>
-std::string Json(const std::shared_ptr<const Record>& record) {
+template <class Pointer>
+std::string Json(const Pointer& record) {
   if (!record) return "-";
+  using Record = std::decay_t<decltype(*record)>;
   return Ostra::Data::ToJson(
       *Ostra::Data::TypeConverter<Record>::ToValue(*record, Ostra::L10n::RequestLocalizer()));
 }
@@ -373,24 +372,11 @@ TEST(LookupDifferential, AuthenticationLookupsAnswerAsTheWalk) {
       for (const char* name : {"s0", "s1", "s2"}) {
         const std::string service = std::string(package) + "." + name;
         SCOPED_TRACE(service);
-        const auto first = First<Au::ServiceInfo>({&services}, service);
-        EXPECT_EQ(Json(store->ServiceInfo(service)), Json(first));
-        std::list<std::string> operations;
-        if (first) {
-          for (const auto& operation : first->operations)
-            operations.push_back(operation.first);
-        }
-        EXPECT_EQ(Names(store->ListOperations(service)),
-                  Names(first ? boost::make_optional(operations) : boost::none));
+        EXPECT_EQ(Json(store->ServiceInfo(service)),
+                  Json(First<Au::ServiceInfo>({&services}, service)));
+        EXPECT_EQ(Names(store->ListOperations(service)), Names(OperationsOf(services, service)));
         for (const char* operation : {"o0", "o1", "o2", "o3"}) {
-          std::shared_ptr<const Au::OperationInfo> walked;
-          for (const auto& entry : services) {
-            const auto it = entry.second->operations.find(operation);
-            if (entry.first == service && it != entry.second->operations.end()) {
-              walked = it->second;
-              break;
-            }
-          }
+          const auto walked = OperationOf(services, service, operation);
           EXPECT_EQ(Json(store->OperationInfo(service, operation)), Json(walked)) << operation;
         }
       }

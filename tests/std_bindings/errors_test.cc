@@ -80,9 +80,11 @@ TEST(ErrorFactory, BuiltStructureKeepsItsMessagesAndGetsItsType) {
 
 TEST(ErrorFactory, GetMessagesSkipsWhatIsNotAMessage) {
   const auto value = Ostra::Data::FromJson(
-      R"({"messages":[{"id":"a","default_message":"A","args":["1"]},{"id":3},"x"]})");
+      R"({"messages":[{"id":"a","default_message":"A","args":["1",2]},{"id":3},"x",)"
+      R"({"id":"b","default_message":"B"}]})");
   const ErrorValue error("e", static_cast<const Ostra::Data::StructValue&>(*value).GetFields());
-  EXPECT_EQ(ErrorFactory::GetMessages(error), std::list<BaseMessage>{BaseMessage("a", "A", {"1"})});
+  EXPECT_EQ(ErrorFactory::GetMessages(error),
+            (std::list<BaseMessage>{BaseMessage("a", "A", {"1"}), BaseMessage("b", "B", {})}));
   EXPECT_TRUE(ErrorFactory::GetMessages(ErrorValue("e", {})).empty());
 }
 

@@ -1,0 +1,315 @@
+// The 18 bound services of the three domains over the bundled examples, called as a host calls
+// them: each operation answers what its store answers or NotFound with its own message, and every
+// input left out, null or of the wrong type is refused before the implementation runs unless it
+// is optional.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ostra/core/json.h"
+#include "ostra/metadata_services.h"
+#include "test_store.h"
+
+namespace {
+
+using namespace OstraTest;
+using Ostra::Provider::Metadata::ProviderHelper;
+namespace Metadata = Ostra::Provider::Metadata;
+namespace Binding = Com::Corvane::Ostra::Metadata;
+namespace Errors = Com::Corvane::Ostra::Std::Errors;
+
+class Services : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(metamodel_->CreateSource("m", FileSpec(OSTRA_EXAMPLES_DIR "/metamodel.json")),
+              nullptr);
+    ASSERT_EQ(
+        authentication_->CreateSource("a", FileSpec<Binding::Authentication::SourceSvc::CreateSpec>(
+                                               OSTRA_EXAMPLES_DIR "/authentication.json")),
+        nullptr);
+    ASSERT_EQ(cli_->CreateSource("c", FileSpec<Binding::Cli::SourceSvc::CreateSpec>(
+                                          OSTRA_EXAMPLES_DIR "/cli.json")),
+              nullptr);
+    ProviderHelper::BoundList all = ProviderHelper::MetamodelInterfaces(metamodel_);
+    all.splice(all.end(), ProviderHelper::AuthnInterfaces(authentication_));
+    all.splice(all.end(), ProviderHelper::CliInterfaces(cli_));
+    all.push_back(Binding::Metamodel::SourceSvc::AsyncServiceBinder::BindImplementation(
+        Metadata::Metamodel::SourceSvc::AsyncServiceImpl::GetInstance(metamodel_)));
+    all.push_back(Binding::Authentication::SourceSvc::AsyncServiceBinder::BindImplementation(
+        Metadata::Authentication::SourceSvc::AsyncServiceImpl::GetInstance(authentication_)));
+    all.push_back(Binding::Cli::SourceSvc::AsyncServiceBinder::BindImplementation(
+        Metadata::Cli::SourceSvc::AsyncServiceImpl::GetInstance(cli_)));
+    for (const auto& service : all)  // by identifier, after the common prefix
+      services_[service->GetIdentifier().substr(27)] = service;
+  }
+
+  // Calls an operation with JSON input: the result as JSON, "KIND id: args" for an error, or
+  // "(no completion)".
+  std::string Call(const std::string& service, const std::string& operation,
+                   const std::string& input) const {
+    std::string answer = "(no completion)";
+    const auto value = Ostra::Data::FromJson(input);
+    services_.at(service)->Invoke(operation, static_cast<const Ostra::Data::StructValue&>(*value),
+                                  std::make_shared<Ostra::Core::AsyncActivation>(),
+                                  [&](const Ostra::Data::ValuePtr& result, const auto& e) {
+                                    answer = e ? Errors::ErrorType(Errors::KindOf(*e)).GetText() +
+                                                     " " + OnlyMessage(*e)
+                                               : Ostra::Data::ToJson(*result);
+                                  });
+    return answer;
+  }
+
+  std::shared_ptr<Metadata::Metamodel::MetadataContainer> metamodel_ =
+      Metadata::Metamodel::MetadataContainer::GetInstance();
+  std::shared_ptr<Metadata::Authentication::MetadataContainer> authentication_ =
+      Metadata::Authentication::MetadataContainer::GetInstance();
+  std::shared_ptr<Metadata::Cli::MetadataContainer> cli_ =
+      Metadata::Cli::MetadataContainer::GetInstance();
+  std::map<std::string, std::shared_ptr<Ostra::Core::ApiInterface>> services_;
+};
+
+template <class T>
+std::string AsJson(const T& native) {
+  return Ostra::Data::ToJson(
+      *Ostra::Data::TypeConverter<T>::ToValue(native, Ostra::L10n::RequestLocalizer()));
+}
+std::string Quoted(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
+  ASSERT_EQ(services_.size(), 18u);
+  const std::string fleet = "com.larkspur.fleet", vehicles = fleet + ".vehicles";
+  const std::string planner = fleet + ".routes.planner", registry = vehicles + ".registry";
+  const std::string fuel = vehicles + ".FuelType", spec = vehicles + ".VehicleSpec";
+  using CmdId = Binding::Cli::CommandSvc::Identity;
+  using NsId = Binding::Cli::Namespace_Svc::Identity;
+  const auto raise = std::make_shared<const CmdId>(CmdId{"fleet.telemetry.alerts", "raise"});
+  const auto routes = std::make_shared<const NsId>(NsId{"fleet", "routes"});
+  const std::string notFound = "NOT_FOUND ostra.metada.";
+  const auto& mm = *metamodel_;
+  const auto& au = *authentication_;
+  struct Case {
+    const char *service, *operation;
+    std::string input, expected;
+  } const cases[] = {
+      {"metamodel.component", "list", "{}", AsJson(mm.ListComponents())},
+      {"metamodel.component", "get", R"({"component_id":")" + fleet + "\"}",
+       AsJson(mm.ComponentInfo(fleet))},
+      {"metamodel.component", "get", R"({"component_id":"zz"})",
+       notFound + "metamodel.component.not.found: zz"},
+      {"metamodel.component", "fingerprint", R"({"component_id":")" + fleet + "\"}",
+       Quoted(mm.ComponentFingerprint(fleet))},
+      {"metamodel.component", "fingerprint", R"({"component_id":"zz"})",
+       notFound + "metamodel.component.not.found: zz"},
+      {"metamodel.package", "list", "{}", AsJson(mm.ListPackages())},
+      {"metamodel.package", "get", R"({"package_id":")" + vehicles + "\"}",
+       AsJson(mm.PackageInfo(vehicles))},
+      {"metamodel.package", "get", R"({"package_id":"zz"})",
+       notFound + "metamodel.package.not.found: zz"},
+      {"metamodel.service", "list", "{}", AsJson(mm.ListServices())},
+      {"metamodel.service", "get", R"({"service_id":")" + planner + "\"}",
+       AsJson(mm.ServiceInfo(planner))},
+      {"metamodel.service", "get", R"({"service_id":"zz"})",
+       notFound + "metamodel.service.not.found: zz"},
+      {"metamodel.service.operation", "list", R"({"service_id":")" + planner + "\"}",
+       AsJson(*mm.ListOperations(planner))},
+      {"metamodel.service.operation", "list", R"({"service_id":"zz"})",
+       notFound + "metamodel.service.not.found: zz"},
+      {"metamodel.service.operation", "get",
+       R"({"service_id":")" + planner + R"(","operation_id":"plan"})",
+       AsJson(mm.OperationInfo(planner, "plan"))},
+      {"metamodel.service.operation", "get",
+       R"({"service_id":")" + planner + R"(","operation_id":"zz"})",
+       notFound + "metamodel.operation.not.found: " + planner + " zz"},
+      {"metamodel.service.hidden", "list", "{}", "[]"},
+      {"metamodel.enumeration", "list", "{}", AsJson(mm.ListEnumerations())},
+      {"metamodel.enumeration", "get", R"({"enumeration_id":")" + fuel + "\"}",
+       AsJson(mm.EnumerationInfo(fuel))},
+      {"metamodel.enumeration", "get", R"({"enumeration_id":"zz"})",
+       notFound + "metamodel.enumeration.not.found: zz"},
+      {"metamodel.structure", "list", "{}", AsJson(mm.ListStructures())},
+      {"metamodel.structure", "get", R"({"structure_id":")" + spec + "\"}",
+       AsJson(mm.StructureInfo(spec))},
+      {"metamodel.structure", "get", R"({"structure_id":"zz"})",
+       notFound + "metamodel.structure.not.found: zz"},
+      {"metamodel.resource", "list", "{}", AsJson(mm.ListResources())},
+      {"metamodel.resource.model", "list", R"({"resource_id":"com.larkspur.fleet.Vehicle"})",
+       "[\"" + spec + "\"]"},
+      {"metamodel.resource.model", "list", R"({"resource_id":"zz"})",
+       notFound + "metamodel.resource.not.found: zz"},
+      {"metamodel.source", "list", "{}", R"(["m"])"},
+      {"metamodel.source", "fingerprint", "{}", Quoted(mm.SourceFingerprint(boost::none))},
+      {"metamodel.source", "get", R"({"source_id":"m"})", AsJson(mm.SourcesInfo("m"))},
+      {"metamodel.source", "delete", R"({"source_id":"zz"})",
+       notFound + "metamodel.source.not.found: zz"},
+      {"authentication.component", "list", "{}", AsJson(au.ListComponents())},
+      {"authentication.component", "get", R"({"component_id":")" + fleet + "\"}",
+       AsJson(au.ComponentInfo(fleet))},
+      // The component service reports the Metamodel message.
+      {"authentication.component", "get", R"({"component_id":"zz"})",
+       notFound + "metamodel.component.not.found: zz"},
+      {"authentication.component", "fingerprint", R"({"component_id":")" + fleet + "\"}",
+       Quoted(au.ComponentFingerprint(fleet))},
+      {"authentication.package", "list", "{}", AsJson(au.ListPackages())},
+      {"authentication.package", "get", R"({"package_id":")" + vehicles + "\"}",
+       AsJson(au.PackageInfo(vehicles))},
+      {"authentication.package", "get", R"({"package_id":"zz"})",
+       notFound + "authentication.package.not.found: zz"},
+      {"authentication.service", "list", "{}", AsJson(au.ListServices())},
+      {"authentication.service", "get", R"({"service_id":")" + registry + "\"}",
+       AsJson(au.ServiceInfo(registry))},
+      {"authentication.service", "get", R"({"service_id":"zz"})",
+       notFound + "authentication.service.not.found: zz"},
+      {"authentication.service.operation", "list", R"({"service_id":")" + registry + "\"}",
+       AsJson(*au.ListOperations(registry))},
+      {"authentication.service.operation", "list", R"({"service_id":"p.q.zz"})",
+       notFound + "authentication.service.not.found: p.q.zz"},
+      {"authentication.service.operation", "get",
+       R"({"service_id":")" + registry + R"(","operation_id":"retire"})",
+       AsJson(au.OperationInfo(registry, "retire"))},
+      {"authentication.service.operation", "get",
+       R"({"service_id":")" + registry + R"(","operation_id":"zz"})",
+       notFound + "authentication.operation.not.found: " + registry + " zz"},
+      {"authentication.source", "list", "{}", R"(["a"])"},
+      {"cli.namespace", "list", "{}", AsJson(cli_->ListNamespaces())},
+      {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"routes"}})",
+       AsJson(cli_->NamespaceInfo(routes))},
+      {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"x"}})",
+       notFound + "cli.namespace.not.found: fleet.x"},
+      {"cli.namespace", "fingerprint", "{}", Quoted(cli_->NamespaceFingerprint())},
+      {"cli.command", "list", "{}", AsJson(cli_->ListCommands(boost::none))},
+      {"cli.command", "list", R"({"namespace":"fleet.routes"})",
+       AsJson(cli_->ListCommands(std::string("fleet.routes")))},
+      // A namespace that exists but holds no command is not found.
+      {"cli.command", "list", R"({"namespace":"fleet"})",
+       notFound + "cli.namespace.not.found: fleet"},
+      {"cli.command", "get", R"({"identity":{"path":"fleet.telemetry.alerts","name":"raise"}})",
+       AsJson(cli_->CommandInfo(raise))},
+      {"cli.command", "get", R"({"identity":{"path":"","name":"run"}})",
+       notFound + "cli.command.not.found: run"},
+      {"cli.command", "get", R"({"identity":{"path":"fleet.routes","name":"run"}})",
+       notFound + "cli.command.not.found: fleet.routes.run"},
+      {"cli.command", "fingerprint", "{}", Quoted(cli_->CommandFingerprint())},
+      {"cli.source", "list", "{}", R"(["c"])"},
+      {"cli.source", "fingerprint", R"({"source_id":"c"})",
+       Quoted(cli_->SourceFingerprint(std::string("c")))},
+  };
+  std::set<std::string> called;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.service) + "." + c.operation + " " + c.input);
+    EXPECT_NE(c.expected.substr(0, 4), "null");
+    EXPECT_EQ(Call(c.service, c.operation, c.input), c.expected);
+    called.insert(c.service);
+  }
+  EXPECT_EQ(called.size(), 18u);
+
+  // Source mutations through Invoke: a Void success answers null.
+  const std::string created = Call(
+      "metamodel.source", "create",
+      R"({"source_id":"n","spec":{"description":"d","type":"FILE","filepath":")" OSTRA_EXAMPLES_DIR
+      R"(/metamodel.json"}})");
+  EXPECT_EQ(created, "null");
+  EXPECT_EQ(Call("metamodel.source", "delete", R"({"source_id":"n"})"), "null");
+  EXPECT_EQ(Call("metamodel.source", "list", "{}"), R"(["m"])");
+}
+
+// A well-formed value of every input name; records are objects.
+const std::map<std::string, std::string> kSample = {
+    {"component_id", R"("c")"},
+    {"package_id", R"("p")"},
+    {"service_id", R"("s")"},
+    {"operation_id", R"("o")"},
+    {"enumeration_id", R"("e")"},
+    {"structure_id", R"("t")"},
+    {"resource_id", R"("r")"},
+    {"source_id", R"("x")"},
+    {"namespace", R"("n")"},
+    {"spec", R"({"description":"d","type":"FILE","filepath":"/no/such/file.json"})"},
+    {"identity", R"({"path":"","name":"n"})"},
+};
+
+// The inputs that may be left out: service, operation, input.
+const std::set<std::vector<std::string>> kOptional = {
+    {"metamodel.source", "reload", "source_id"},
+    {"metamodel.source", "fingerprint", "source_id"},
+    {"authentication.source", "reload", "source_id"},
+    {"authentication.source", "fingerprint", "source_id"},
+    {"cli.source", "reload", "source_id"},
+    {"cli.source", "fingerprint", "source_id"},
+    {"cli.command", "list", "namespace"},
+};
+
+// The input object of `inputs` with their samples, `name` given as `value` (left out when empty).
+std::string Input(const std::vector<std::string>& inputs, const std::string& name,
+                  const std::string& value) {
+  std::string text = "{";
+  for (const auto& input : inputs) {
+    const std::string& given = input == name ? value : kSample.at(input);
+    if (given.empty()) continue;
+    text += (text.size() > 1 ? "," : "") + ("\"" + input + "\":") + given;
+  }
+  return text + "}";
+}
+
+TEST_F(Services, RequiredInputsAreRefusedBeforeTheCallAndOptionalOnesMayBeLeftOut) {
+  std::size_t required = 0, optional = 0;
+  for (const auto& service : services_) {
+    const std::string& name = service.first;
+    for (const auto& operation : service.second->GetOperationIdentifiers()) {
+      const auto inputs = service.second->GetInputNames(operation);
+      for (const auto& input : inputs) {
+        SCOPED_TRACE(name + " " + operation + " " + input);
+        const bool record = kSample.at(input)[0] == '{';
+        // Wrong types: a number, and a text or a record lacking a field.
+        for (const std::string wrong :
+             {"5", record ? R"("n")" : R"({"path":""})", record ? R"({"path":""})" : "[]"}) {
+          EXPECT_EQ(Call(name, operation, Input(inputs, input, wrong)),
+                    "INVALID_ARGUMENT ostra.core.input.invalid: " + input)
+              << wrong;
+        }
+        const bool isOptional = kOptional.count({name, operation, input}) != 0;
+        for (const std::string absent : {"", "null"}) {
+          const std::string answer = Call(name, operation, Input(inputs, input, absent));
+          if (isOptional) {  // the call goes on: whatever it answers, it is not about the input
+            EXPECT_EQ(answer.find("ostra.core.input"), std::string::npos) << answer;
+          } else {
+            EXPECT_EQ(answer, "INVALID_ARGUMENT ostra.core.input.missing: " + input) << absent;
+          }
+        }
+        ++(isOptional ? optional : required);
+      }
+    }
+  }
+  EXPECT_EQ(optional, kOptional.size());
+  EXPECT_EQ(required, 31u);
+  EXPECT_EQ(metamodel_->ListSources(), std::list<std::string>{"m"});
+  EXPECT_EQ(authentication_->ListSources(), std::list<std::string>{"a"});
+  EXPECT_EQ(cli_->ListSources(), std::list<std::string>{"c"});
+}
+
+// The bundled documents describe one product: every command calls an operation that the Metamodel
+// example defines, and the made-up ancestor of the alerts namespace exists.
+TEST_F(Services, BundledExampleCommandsCallMetamodelOperations) {
+  const auto commands = cli_->ListCommands(boost::none);
+  EXPECT_EQ(commands.size(), 12u);
+  for (const auto& id : commands) {
+    const auto command = cli_->CommandInfo(id);
+    EXPECT_NE(metamodel_->OperationInfo(command->service_id, command->operation_id), nullptr)
+        << command->service_id << " " << command->operation_id;
+  }
+  using NsId = Binding::Cli::Namespace_Svc::Identity;
+  const auto telemetry =
+      cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"fleet", "telemetry"}));
+  ASSERT_NE(telemetry, nullptr);
+  EXPECT_EQ(telemetry->description, "telemetry namespace");
+  const auto fleet = cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}));
+  EXPECT_EQ(fleet->description,
+            "Larkspur Fleet: vehicles, routes and telemetry of a delivery fleet.");
+  EXPECT_EQ(fleet->children.size(), 3u);
+}
+
+}  // namespace

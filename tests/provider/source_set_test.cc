@@ -1,0 +1,311 @@
+// The source operations that the three stores share, run over each domain: creating, deleting,
+// reloading and fingerprinting sources, through the store and through its source service, and
+// failures that change nothing.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include <boost/optional/optional_io.hpp>
+
+#include "metamodel/documents.h"
+#include "ostra/metadata_services.h"
+#include "test_outcome.h"
+#include "test_store.h"
+
+namespace {
+
+using namespace OstraTest;
+namespace Metadata = Ostra::Provider::Metadata;
+namespace Binding = Com::Corvane::Ostra::Metadata;
+using Kind = Com::Corvane::Ostra::Std::Errors::ErrorType;
+using Com::Corvane::Ostra::Std::Errors::KindOf;
+using Strings = std::list<std::string>;
+
+std::string Sorted(std::vector<std::string> names) {
+  std::sort(names.begin(), names.end());
+  std::string text;
+  for (const auto& name : names)
+    text += (text.empty() ? "" : " ") + name;
+  return text;
+}
+
+template <class List>
+std::vector<std::string> Vector(const List& list) {
+  return {list.begin(), list.end()};
+}
+
+// Per domain: its store, spec and source service, a document naming one top-level record, a
+// document that parses but does not load with the messages it gets, what the store holds (the
+// names of its top-level records, sorted) and the fingerprints its records report.
+template <class S, class Sp, class Svc>
+struct Domain {
+  using Store = S;
+  using Spec = Sp;
+  using Sources = Svc;
+};
+
+// The domains whose records are components, which report their source's text fingerprint.
+template <class S, class Sp, class Svc>
+struct ComponentDomain : Domain<S, Sp, Svc> {
+  static constexpr bool kCompletesOnSuccess = false;
+  static std::string Held(const S& store) { return Sorted(Vector(store.ListComponents())); }
+  static std::string Prints(const S& store) {
+    return store.ComponentFingerprint("a") + " " + store.ComponentInfo("a")->fingerprint + " " +
+           store.ComponentFingerprint("zz");
+  }
+  static std::string ExpectedPrints(const std::string& a, const std::string&) {
+    return Crc(a) + " " + Crc(a) + " ";
+  }
+};
+
+struct MetamodelDomain : ComponentDomain<Metadata::Metamodel::MetadataContainer,
+                                         Binding::Metamodel::SourceSvc::CreateSpec,
+                                         Metadata::Metamodel::SourceSvc::AsyncServiceImpl> {
+  static constexpr const char* kName = "metamodel";
+  static constexpr const char* kTitle = "Metamodel";
+  static constexpr const char* kInvalid = R"({"metamodel":{"component":[]}})";
+  static constexpr const char* kInvalidMessages = "ostra.metadata.json.invalid.field: component";
+  static std::string Doc(const std::string& name) {
+    return MetamodelDocs::NamedDoc(name, MetamodelDocs::Package("p"));
+  }
+};
+
+struct AuthenticationDomain
+    : ComponentDomain<Metadata::Authentication::MetadataContainer,
+                      Binding::Authentication::SourceSvc::CreateSpec,
+                      Metadata::Authentication::SourceSvc::AsyncServiceImpl> {
+  static constexpr const char* kName = "authentication";
+  static constexpr const char* kTitle = "Authentication";
+  static constexpr const char* kInvalid = R"({"authentication":{"product":{},"component":{
+      "name":1}}})";
+  static constexpr const char* kInvalidMessages =
+      "ostra.metadata.json.missing.field: name; ostra.metadata.json.invalid.field: name";
+  static std::string Doc(const std::string& name) {
+    return R"({"authentication":{"component":{"name":")" + name +
+           R"(","operations":{},"services":{"p.s":[]}}}})";
+  }
+};
+
+struct CliDomain : Domain<Metadata::Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec,
+                          Metadata::Cli::SourceSvc::AsyncServiceImpl> {
+  static constexpr const char* kName = "cli";
+  static constexpr const char* kTitle = "Cli";
+  static constexpr bool kCompletesOnSuccess = true;
+  static constexpr const char* kInvalid =
+      R"({"cli":[{"type":"namespace","path":"","name":"m","description":"M"},{"type":"link"}]})";
+  static constexpr const char* kInvalidMessages = "ostra.metadata.cli.json.invalid.node.type: type";
+  static std::string Doc(const std::string& name) {
+    return R"({"cli":[{"type":"namespace","path":"","name":")" + name + R"(","description":"d"}]})";
+  }
+  static std::string Held(const Metadata::Cli::MetadataContainer& store) {
+    std::vector<std::string> names;
+    for (const auto& id : store.ListNamespaces()) {
+      if (!id->name.empty()) names.push_back(id->name);
+    }
+    return Sorted(names);
+  }
+  // Namespaces and commands report the fingerprint of all sources.
+  static std::string Prints(const Metadata::Cli::MetadataContainer& store) {
+    return store.NamespaceFingerprint() + " " + store.CommandFingerprint();
+  }
+  static std::string ExpectedPrints(const std::string& a, const std::string& b) {
+    return Crc(Crc(a) + Crc(b)) + " " + Crc(Crc(a) + Crc(b));
+  }
+};
+
+// All messages of an error, "id: args; ...".
+std::string AllMessages(const Ostra::Data::ErrorValue& error) {
+  std::string text;
+  for (const auto& message : Ostra::Data::ErrorFactory::GetMessages(error)) {
+    text += (text.empty() ? "" : "; ") + message.GetId() + ":";
+    for (const auto& arg : message.GetArgs())
+      text += " " + arg;
+  }
+  return text;
+}
+
+std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
+  std::istringstream in(text);
+  Metadata::Messages messages;
+  return Metadata::ParseStream(in, messages);
+}
+
+template <class Domain>
+class SourceSetTest : public StoreTest<typename Domain::Store, typename Domain::Spec> {
+ protected:
+  using Spec = typename Domain::Spec;
+  std::string Id(const std::string& what) const {
+    return std::string(what == "parse.error" ? "ostra.metadata." : "ostra.metada.") +
+           Domain::kName + "." + what;
+  }
+  std::shared_ptr<const Spec> File(const std::string& path) { return FileSpec<Spec>(path); }
+  std::string Held() const { return Domain::Held(*this->store_); }
+  std::shared_ptr<Spec> SpecOf(const std::string& path,
+                               decltype(Spec::type) type = decltype(Spec::type)::FILE) {
+    auto spec = std::make_shared<Spec>(*FileSpec<Spec>(path));
+    spec->type = type;
+    return spec;
+  }
+};
+
+using Domains = testing::Types<MetamodelDomain, AuthenticationDomain, CliDomain>;
+TYPED_TEST_SUITE(SourceSetTest, Domains);
+
+TYPED_TEST(SourceSetTest, CreateListInfoAndDelete) {
+  auto& store = *this->store_;
+  const std::string b = this->Add("b", TypeParam::Doc("b"));
+  const std::string a = this->Add("a", TypeParam::Doc("a"));
+  EXPECT_EQ(store.ListSources(), (Strings{"a", "b"}));
+  EXPECT_EQ(this->Held(), "a b");
+  const auto info = store.SourcesInfo("b");
+  ASSERT_NE(info, nullptr);
+  EXPECT_EQ(info->description, "test source");
+  EXPECT_EQ(*info->filepath, b);
+  EXPECT_EQ(store.SourcesInfo("zz"), nullptr);
+
+  EXPECT_EQ(OnlyMessage(*store.DeleteSource("zz")), this->Id("source.not.found") + ": zz");
+  EXPECT_EQ(store.DeleteSource("a"), nullptr);
+  EXPECT_EQ(store.ListSources(), Strings{"b"});
+  EXPECT_EQ(this->Held(), "b");
+  // Deleting and creating again reads the file again.
+  this->Write("a", TypeParam::Doc("a2"));
+  EXPECT_EQ(store.CreateSource("a", this->File(a)), nullptr);
+  EXPECT_EQ(this->Held(), "a2 b");
+}
+
+TYPED_TEST(SourceSetTest, FailedCreatesChangeNothing) {
+  using Type = decltype(TypeParam::Spec::type);
+  auto& store = *this->store_;
+  this->Add("a", TypeParam::Doc("a"));
+  const std::string missing = testing::TempDir() + "/does-not-exist.json";
+  const auto pathless = this->SpecOf("");
+  pathless->filepath = boost::none;
+  const auto parsed = Parse(TypeParam::Doc("x"));
+  struct Case {
+    const char* what;
+    Metadata::ErrorPtr error;
+    Kind::Value kind;
+    std::string messages;
+  } const cases[] = {
+      {"taken id", store.CreateSource("a", this->File(this->Write("x", TypeParam::Doc("x")))),
+       Kind::ALREADY_EXISTS, this->Id("source.exists") + ": a"},
+      {"taken id, parsed", store.CreateSourceFromMetadata("a", *parsed, this->File("")),
+       Kind::ALREADY_EXISTS, this->Id("source.exists") + ": a"},
+      {"missing file", store.CreateSource("b", this->File(missing)), Kind::NOT_FOUND,
+       this->Id("source.file.not.found") + ": " + missing},
+      {"no path", store.CreateSource("b", pathless), Kind::NOT_FOUND,
+       this->Id("source.file.not.found") + ": "},
+      {"syntax", store.CreateSource("b", this->File(this->Write("b", "{\"x\":"))),
+       Kind::INVALID_ARGUMENT, this->Id("parse.error") + ": 3 5"},
+      {"syntax, parsed", store.CreateSourceFromMetadata("b", *Parse("["), this->File("")),
+       Kind::INVALID_ARGUMENT, this->Id("parse.error") + ": 3 1"},
+      {"content", store.CreateSource("b", this->File(this->Write("c", TypeParam::kInvalid))),
+       Kind::INVALID_ARGUMENT, TypeParam::kInvalidMessages},
+      {"remote", store.CreateSource("b", this->SpecOf(missing, Type::REMOTE)), Kind::UNSUPPORTED,
+       ""},
+      {"unknown type", store.CreateSource("b", this->SpecOf(missing, Type::Unknown("PIGEON"))),
+       Kind::INVALID_ARGUMENT, ""},
+      {"no spec", store.CreateSource("b", nullptr), Kind::INVALID_ARGUMENT, ""},
+      {"no spec, parsed", store.CreateSourceFromMetadata("b", *parsed, nullptr),
+       Kind::INVALID_ARGUMENT, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_NE(c.error, nullptr);
+    EXPECT_EQ(KindOf(*c.error), c.kind);
+    EXPECT_EQ(AllMessages(*c.error), c.messages);
+  }
+  EXPECT_EQ(store.ListSources(), Strings{"a"});
+  EXPECT_EQ(this->Held(), "a");
+}
+
+TYPED_TEST(SourceSetTest, ReloadKeepsOldDataFromTheFirstFailureOn) {
+  auto& store = *this->store_;
+  const std::string a = this->Add("a", TypeParam::Doc("a"));
+  this->Add("b", TypeParam::Doc("b"));
+  this->Add("c", TypeParam::Doc("c"));
+  this->Write("a", TypeParam::Doc("a2"));
+  this->Write("b", "not json");
+  this->Write("c", TypeParam::Doc("c2"));
+  EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
+  EXPECT_EQ(this->Held(), "a2 b c");
+
+  // A named reload of a good file replaces it; a vanished file keeps the old data, silently.
+  EXPECT_EQ(store.ReloadSource(std::string("c")), nullptr);
+  EXPECT_EQ(this->Held(), "a2 b c2");
+  std::remove(a.c_str());
+  EXPECT_EQ(store.ReloadSource(std::string("a")), nullptr);
+  EXPECT_EQ(this->Held(), "a2 b c2");
+
+  // An unknown id: NotFound with the "exists" message.
+  const auto error = store.ReloadSource(std::string("zz"));
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(KindOf(*error), Kind::NOT_FOUND);
+  EXPECT_EQ(OnlyMessage(*error), this->Id("source.exists") + ": zz");
+  EXPECT_EQ(Ostra::Data::ErrorFactory::GetMessages(*error).front().GetDefaultMessage(),
+            std::string(TypeParam::kTitle) + " source already exists: zz");
+}
+
+TYPED_TEST(SourceSetTest, FingerprintsFollowIdOrder) {
+  auto& store = *this->store_;
+  EXPECT_EQ(store.SourceFingerprint(boost::none), "00000000");
+  const std::string a = TypeParam::Doc("a"), b = TypeParam::Doc("b");
+  this->Add("b", b);
+  this->Add("a", a);
+  EXPECT_EQ(store.SourceFingerprint(std::string("a")), Crc(Crc(a)));
+  EXPECT_EQ(store.SourceFingerprint(std::string("zz")), "");
+  EXPECT_EQ(store.SourceFingerprint(boost::none), Crc(Crc(a) + Crc(b)));
+  EXPECT_EQ(TypeParam::Prints(store), TypeParam::ExpectedPrints(a, b));
+}
+
+TYPED_TEST(SourceSetTest, ParsedDocumentsKeepTheirFingerprintAndRemoteOnesHoldNoData) {
+  auto& store = *this->store_;
+  const std::string a = TypeParam::Doc("a");
+  const auto parsed = Parse(a);
+  EXPECT_EQ(store.CreateSourceFromMetadata("a", *parsed, this->File("")), nullptr);
+  EXPECT_EQ(store.SourceFingerprint(std::string("a")), Crc(Crc(a)));
+  // A remote spec stores the id without data; queries and reloads pass over it.
+  EXPECT_EQ(store.CreateSourceFromMetadata(
+                "r", *parsed, this->SpecOf("", decltype(TypeParam::Spec::type)::REMOTE)),
+            nullptr);
+  EXPECT_EQ(store.ListSources(), (Strings{"a", "r"}));
+  EXPECT_EQ(this->Held(), "a");
+  EXPECT_EQ(store.SourcesInfo("r"), nullptr);
+  EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
+  EXPECT_EQ(this->Held(), "a");
+}
+
+TYPED_TEST(SourceSetTest, SourceServiceCompletesFailuresAlways) {
+  auto sources = TypeParam::Sources::GetInstance(this->store_);
+  const auto activation = std::make_shared<Ostra::Core::AsyncActivation>();
+  const std::string path = this->Write("a", TypeParam::Doc("a"));
+  Outcome<Ostra::Void> created, again, reloaded, deleted, deletedAgain, unknown;
+  sources->Create("a", this->File(path), activation, created.Result());
+  EXPECT_EQ(created.calls, TypeParam::kCompletesOnSuccess ? 1 : 0);
+  EXPECT_EQ(created.error, nullptr);
+  EXPECT_EQ(this->Held(), "a");
+  sources->Create("a", this->File(path), activation, again.Result());
+  ASSERT_EQ(again.calls, 1);
+  EXPECT_EQ(KindOf(*again.error), Kind::ALREADY_EXISTS);
+  sources->Reload(std::string("zz"), activation, unknown.Result());
+  EXPECT_EQ(KindOf(*unknown.error), Kind::NOT_FOUND);
+
+  Outcome<std::string> fingerprint, unknownFingerprint, whole;
+  sources->Fingerprint(std::string("a"), activation, fingerprint.Result());
+  EXPECT_EQ(fingerprint.value, Crc(Crc(TypeParam::Doc("a"))));
+  sources->Fingerprint(boost::none, activation, whole.Result());
+  EXPECT_EQ(whole.value, this->store_->SourceFingerprint(boost::none));
+  sources->Fingerprint(std::string("zz"), activation, unknownFingerprint.Result());
+  EXPECT_EQ(unknownFingerprint.Error(), this->Id("source.not.found") + ": zz");
+
+  sources->Reload(boost::none, activation, reloaded.Result());
+  sources->Delete("a", activation, deleted.Result());
+  sources->Delete("a", activation, deletedAgain.Result());
+  EXPECT_EQ(reloaded.calls + deleted.calls, TypeParam::kCompletesOnSuccess ? 2 : 0);
+  EXPECT_EQ(reloaded.error, nullptr);
+  EXPECT_EQ(deletedAgain.Error(), this->Id("source.not.found") + ": a");
+  EXPECT_TRUE(this->store_->ListSources().empty());
+}
+
+}  // namespace
