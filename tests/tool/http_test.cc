@@ -23,96 +23,12 @@
 namespace {
 
 using OstraTest::Quote;
+using OstraTest::Reply;
+using OstraTest::Server;
 using OstraTest::Slurp;
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-struct Reply {
-  int status = 0;
-  std::string headers;
-  std::string body;
-  std::string Header(const std::string& name) const {
-    const auto at = headers.find("\n" + name + ": ");
-    if (at == std::string::npos) return "<none>";
-    const auto start = at + name.size() + 3;
-    return headers.substr(start, headers.find('\r', start) - start);
-  }
-};
-
-// One server process; its stderr goes to a file.
-class Server {
- public:
-  Server(const std::vector<std::string>& args, const std::string& log) : log_(log) {
-    int out[2];
-    if (pipe(out) != 0) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(out[1], 1);
-      close(out[0]);
-      close(out[1]);
-      if (!freopen(log.c_str(), "w", stderr)) _exit(126);
-      std::vector<char*> argv{const_cast<char*>(OSTRA_TOOL)};
-      for (const auto& arg : args)
-        argv.push_back(const_cast<char*>(arg.c_str()));
-      argv.push_back(nullptr);
-      execv(OSTRA_TOOL, argv.data());
-      _exit(127);
-    }
-    close(out[1]);
-    out_ = out[0];
-    // The first line: "listening on http://127.0.0.1:PORT".
-    std::string line;
-    pollfd ready{out_, POLLIN, 0};
-    char c;
-    while (poll(&ready, 1, 10000) > 0 && read(out_, &c, 1) == 1 && c != '\n')
-      line += c;
-    const std::string prefix = "listening on http://127.0.0.1:";
-    if (line.rfind(prefix, 0) == 0) url_ = "http://127.0.0.1:" + line.substr(prefix.size());
-  }
-  ~Server() {
-    if (pid_ > 0) Stop();
-    if (out_ >= 0) close(out_);
-  }
-  const std::string& Url() const { return url_; }
-  std::string Log() const { return Slurp(log_); }
-
-  // Sends SIGTERM; the exit status, -1 unless the process exited.
-  int Stop() {
-    kill(pid_, SIGTERM);
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  // curl with `args` against `path`; the status line's code, headers and body.
-  Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
-    const std::string headers = log_ + ".headers", body = log_ + ".body";
-    std::remove(headers.c_str());
-    std::remove(body.c_str());
-    std::string command =
-        "curl -s --max-time 20 -H 'Expect:' -D " + Quote(headers) + " -o " + Quote(body);
-    for (const auto& arg : args)
-      command += " " + Quote(arg);
-    command += " " + Quote(url_ + path);
-    std::system(command.c_str());
-    Reply reply;
-    reply.headers = Slurp(headers);
-    reply.body = Slurp(body);
-    std::sscanf(reply.headers.c_str(), "HTTP/1.1 %d", &reply.status);
-    return reply;
-  }
-  Reply Rpc(const std::string& request) const {
-    return Curl("/rpc", {"--data-binary", request, "-H", "Content-Type: application/json"});
-  }
-
- private:
-  pid_t pid_ = -1;
-  int out_ = -1;
-  std::string url_;
-  std::string log_;
-};
 
 std::string Call(const std::string& method, const std::string& operation,
                  const std::string& input = "{}") {
@@ -198,6 +114,22 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
     EXPECT_EQ(reply.Header("ETag"), etag);
     EXPECT_TRUE(reply.body == (condition.status == 304 ? "" : model.body));
   }
+
+  // The explorer's files: the page's policy, and bodies sent as they are whatever encodings the
+  // client accepts (cpp-httplib would compress them anew on every request).
+  const Reply page = server.Curl("/");
+  EXPECT_EQ(page.Header("Content-Type"), "text/html; charset=utf-8");
+  EXPECT_EQ(page.Header("Content-Security-Policy"),
+            "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
+            "img-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+  for (const char* path : {"/", "/explorer.js", "/explorer.css", "/v1/metadata"}) {
+    SCOPED_TRACE(path);
+    const Reply reply = server.Curl(path, {"-H", "Accept-Encoding: br, gzip"});
+    EXPECT_EQ(reply.Header("Content-Encoding"), "<none>");
+    EXPECT_EQ(reply.Header("ETag").size(), 10u);
+    EXPECT_EQ(server.Curl(path, {"-H", "If-None-Match: " + reply.Header("ETag")}).status, 304);
+  }
+  EXPECT_EQ(server.Curl("/explorerXjs").status, 404);
   EXPECT_EQ(server.Stop(), 0);
 }
 

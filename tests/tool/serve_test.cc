@@ -17,28 +17,19 @@
 #include <vector>
 
 #include "test_store.h"
+#include "tool/tool_helpers.h"
 
 namespace {
 
-// A client of one serve session: the tool runs as a child with pipes for its input and output.
+// A client of one serve session: the tool's input and output are pipes; its stderr goes to `log`.
 class Session {
  public:
-  explicit Session(const std::vector<std::string>& args) {
+  Session(std::vector<std::string> args, const std::string& log) {
     int in[2], out[2];
     if (pipe(in) != 0 || pipe(out) != 0) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      for (const int fd : {in[0], in[1], out[0], out[1]})
-        close(fd);
-      std::vector<char*> argv{const_cast<char*>(OSTRA_TOOL)};
-      for (const auto& arg : args)
-        argv.push_back(const_cast<char*>(arg.c_str()));
-      argv.push_back(nullptr);
-      execv(OSTRA_TOOL, argv.data());
-      _exit(127);
-    }
+    args.insert(args.begin(), OSTRA_TOOL);
+    child_ = std::make_unique<OstraTest::Child>(
+        args, log, std::vector<std::pair<int, int>>{{0, in[0]}, {1, out[1]}});
     close(in[0]);
     close(out[1]);
     to_ = in[1];
@@ -48,10 +39,9 @@ class Session {
     if (writer_.joinable()) writer_.join();
     if (to_ >= 0) close(to_);
     if (from_ != nullptr) fclose(from_);
-    if (pid_ > 0) waitpid(pid_, nullptr, 0);
     free(line_);
   }
-  bool Started() const { return pid_ > 0 && from_ != nullptr; }
+  bool Started() const { return child_ && child_->Pid() > 0 && from_ != nullptr; }
 
   // Writes the lines on a thread of its own, so that replies are read while requests are written.
   void Send(std::vector<std::string> lines) {
@@ -78,7 +68,7 @@ class Session {
 
   // The most memory the server has held resident so far, in KiB.
   long PeakResidentKiB() const {
-    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    std::ifstream status("/proc/" + std::to_string(child_->Pid()) + "/status");
     for (std::string line; std::getline(status, line);) {
       if (line.rfind("VmHWM:", 0) == 0) return std::atol(line.c_str() + 6);
     }
@@ -90,14 +80,11 @@ class Session {
     writer_.join();
     close(to_);
     to_ = -1;
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return child_->Wait();
   }
 
  private:
-  pid_t pid_ = -1;
+  std::unique_ptr<OstraTest::Child> child_;
   int to_ = -1;
   FILE* from_ = nullptr;
   std::thread writer_;
@@ -245,7 +232,8 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
        Failure("15", -32000,
                "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source")});
   exchanges.push_back({Call("16", "metamodel.component", "get", R"({"component_id":"zz"})"),
-                       Failure("16", -32000, "Metamodel component not found: zz")});
+                       Failure("16", -32000, "Metamodel component not found: zz") +
+                           R"(,"data":{"kind":"NOT_FOUND")"});
 
   // Input that is not UTF-8, and garbage.
   for (const std::string bytes : {"\xFF", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
@@ -266,6 +254,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   exchanges.push_back({"[1,2]", "[" + Failure("null", -32600, "Invalid Request") + "}}," +
                                     Failure("null", -32600, "Invalid Request") + "}}]"});
   exchanges.push_back({"   \t", ""});
+  exchanges.push_back({"", ""});
 
   // Limits: length, depth, values, strings, batch replies.
   exchanges.push_back({R"({"a":")" + std::string(17 << 20, 'a') + "\"}",
@@ -303,7 +292,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
        R"("fleet"},"description":"Larkspur Fleet: vehicles, routes and telemetry )"
        R"(of a delivery fleet.","children":[)"});
 
-  Session session({"--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"});
+  Session session({"--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"}, Write("log", ""));
   ASSERT_TRUE(session.Started());
   std::vector<std::string> lines;
   for (const auto& exchange : exchanges)
