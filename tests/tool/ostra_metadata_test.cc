@@ -2,9 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "test_store.h"
 #include "tool/tool_helpers.h"

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,6 +34,15 @@ inline std::string Quote(const std::string& arg) {
   for (const char c : arg)
     quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
+}
+
+// Whether `done` comes true within `seconds`, asked every 50 ms.
+template <class Predicate>
+bool Eventually(Predicate done, int seconds = 10) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (!done() && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  return done();
 }
 
 // A process in a group of its own with stdout and stderr in `log`, given the descriptors of
@@ -71,12 +81,15 @@ class Child {
   }
   pid_t Pid() const { return pid_; }
 
-  // Sends `signal` (none if 0) and waits for the end: the exit status, -1 unless it exited.
-  int Wait(int signal = 0) {
+  // Sends `signal` (none if 0) and waits for the end: the exit status, -1 unless it exited;
+  // `peakKiB`, when given, is the most memory it held resident.
+  int Wait(int signal = 0, long* peakKiB = nullptr) {
     if (signal != 0) kill(pid_, signal);
     int status = 0;
-    waitpid(pid_, &status, 0);
+    rusage usage{};
+    wait4(pid_, &status, 0, &usage);
     pid_ = -1;
+    if (peakKiB != nullptr) *peakKiB = usage.ru_maxrss;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
