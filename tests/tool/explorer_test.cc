@@ -14,7 +14,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 using OstraTest::Slurp;
 
 std::string Json(const std::string& text) {
@@ -70,8 +69,7 @@ class Browser {
     rapidjson::Document reply;
     if (write(in_, message.data(), message.size()) != static_cast<ssize_t>(message.size()))
       return reply;
-    const auto until = Clock::now() + std::chrono::seconds(20);
-    for (std::string text; ReadMessage(text, until);) {
+    for (std::string text; OstraTest::ReadUntil(out_, '\0', pending_, text, 20);) {
       rapidjson::Document parsed;
       parsed.Parse(text.c_str());
       if (parsed.IsObject() && parsed.HasMember("id") && parsed["id"].GetInt() == id) {
@@ -119,23 +117,6 @@ class Browser {
   }
 
  private:
-  bool ReadMessage(std::string& text, Clock::time_point until) {
-    while (pending_.find('\0') == std::string::npos) {
-      const auto left =
-          std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-      pollfd ready{out_, POLLIN, 0};
-      char buffer[65536];
-      if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
-      const ssize_t got = read(out_, buffer, sizeof buffer);
-      if (got <= 0) return false;
-      pending_.append(buffer, static_cast<std::size_t>(got));
-    }
-    const std::size_t nul = pending_.find('\0');
-    text = pending_.substr(0, nul);
-    pending_.erase(0, nul + 1);
-    return true;
-  }
-
   std::unique_ptr<OstraTest::Child> child_;
   int in_ = -1, out_ = -1;
   int lastId_ = 0;

@@ -24,14 +24,13 @@ class Session {
     close(in[0]);
     close(out[1]);
     to_ = in[1];
-    from_ = fdopen(out[0], "r");
+    from_ = out[0];
   }
   ~Session() {
     if (to_ >= 0) close(to_);
-    if (from_ != nullptr) fclose(from_);
-    free(line_);
+    if (from_ >= 0) close(from_);
   }
-  bool Started() const { return child_ && child_->Pid() > 0 && from_ != nullptr; }
+  bool Started() const { return child_ && child_->Pid() > 0 && from_ >= 0; }
 
   void Send(const std::string& line) {
     const std::string text = line + "\n";
@@ -42,14 +41,8 @@ class Session {
     }
   }
 
-  // The next reply line, without its newline; false at the end of the output.
-  bool Read(std::string& reply) {
-    const ssize_t length = getline(&line_, &capacity_, from_);
-    if (length <= 0) return false;
-    reply.assign(line_, static_cast<std::size_t>(length));
-    if (!reply.empty() && reply.back() == '\n') reply.pop_back();
-    return true;
-  }
+  // The next reply line, without its newline; false at the end of the output or after a minute.
+  bool Read(std::string& reply) { return OstraTest::ReadUntil(from_, '\n', pending_, reply, 60); }
 
   // Ends the input and waits for the end: the exit status; `peakKiB` is the most memory the
   // server held resident.
@@ -62,9 +55,8 @@ class Session {
  private:
   std::unique_ptr<OstraTest::Child> child_;
   int to_ = -1;
-  FILE* from_ = nullptr;
-  char* line_ = nullptr;
-  std::size_t capacity_ = 0;
+  int from_ = -1;
+  std::string pending_;
 };
 
 // One request line and what must come back: nothing (a notification), a reply that starts with

@@ -36,6 +36,28 @@ inline std::string Quote(const std::string& arg) {
   return quoted + "'";
 }
 
+// Reads `fd` into `pending` until it holds `end`, then moves what comes before `end` to `text`;
+// false when `fd` ends or `seconds` pass first.
+inline bool ReadUntil(int fd, char end, std::string& pending, std::string& text, int seconds) {
+  using Clock = std::chrono::steady_clock;
+  const auto until = Clock::now() + std::chrono::seconds(seconds);
+  std::size_t at = pending.find(end);
+  while (at == std::string::npos) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
+    pollfd ready{fd, POLLIN, 0};
+    char block[65536];
+    if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
+    const ssize_t got = read(fd, block, sizeof block);
+    if (got <= 0) return false;
+    pending.append(block, static_cast<std::size_t>(got));
+    at = pending.find(end, pending.size() - static_cast<std::size_t>(got));
+  }
+  text = pending.substr(0, at);
+  pending.erase(0, at + 1);
+  return true;
+}
+
 // Whether `done` comes true within `seconds`, asked every 50 ms.
 template <class Predicate>
 bool Eventually(Predicate done, int seconds = 10) {
@@ -120,12 +142,9 @@ class Server {
     child_ = std::make_unique<Child>(args, log, std::vector<std::pair<int, int>>{{1, out[1]}});
     close(out[1]);
     out_ = out[0];
-    std::string line;
-    pollfd ready{out_, POLLIN, 0};
-    char c;
-    while (poll(&ready, 1, 10000) > 0 && read(out_, &c, 1) == 1 && c != '\n')
-      line += c;
-    if (line.rfind("listening on http://127.0.0.1:", 0) == 0) url_ = line.substr(13);
+    std::string pending, line;
+    if (ReadUntil(out_, '\n', pending, line, 10) && line.rfind("listening on http://", 0) == 0)
+      url_ = line.substr(13);
   }
   ~Server() {
     child_.reset();
