@@ -41,8 +41,12 @@ class Session {
     }
   }
 
-  // The next reply line, without its newline; false at the end of the output or after a minute.
-  bool Read(std::string& reply) { return OstraTest::ReadUntil(from_, '\n', pending_, reply, 60); }
+  // The next reply line, without its newline; false at the end of the output, after a minute
+  // without a reply, and ever after.
+  bool Read(std::string& reply) {
+    ended_ = ended_ || !OstraTest::ReadUntil(from_, '\n', pending_, reply, 60);
+    return !ended_;
+  }
 
   // Ends the input and waits for the end: the exit status; `peakKiB` is the most memory the
   // server held resident.
@@ -57,14 +61,7 @@ class Session {
   int to_ = -1;
   int from_ = -1;
   std::string pending_;
-};
-
-// One request line and what must come back: nothing (a notification), a reply that starts with
-// `reply`, or one that contains it.
-struct Exchange {
-  std::string request;
-  std::string reply;
-  bool contains = false;
+  bool ended_ = false;
 };
 
 std::string Call(const std::string& id, const std::string& method, const std::string& operation,
@@ -114,9 +111,26 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
                        R"(","description":"d"}]})")};
   const std::string listed[] = {"metamodel.component", "authentication.component", "cli.namespace"};
 
-  std::vector<Exchange> exchanges;
-  const auto add = [&exchanges](std::string request, std::string reply, bool contains = false) {
-    exchanges.push_back({std::move(request), std::move(reply), contains});
+  Session session({"--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"}, Write("log", ""));
+  ASSERT_TRUE(session.Started());
+  // Sends `request`. Unless it is a notification (`expected` empty), its reply is UTF-8 JSON that
+  // starts with `expected`, or contains it when `contains` is set.
+  const auto add = [&session](const std::string& request, const std::string& expected,
+                              bool contains = false) {
+    rapidjson::Document json;
+    session.Send(request);
+    if (expected.empty()) return json;
+    SCOPED_TRACE(request.substr(0, 200));
+    std::string reply;
+    EXPECT_TRUE(session.Read(reply)) << "no reply; the server ended";
+    json.Parse<rapidjson::kParseValidateEncodingFlag>(reply.data(), reply.size());
+    EXPECT_FALSE(json.HasParseError()) << "not UTF-8 JSON: " << reply.substr(0, 200);
+    if (contains) {
+      EXPECT_NE(reply.find(expected), std::string::npos) << reply.substr(0, 300);
+    } else {
+      EXPECT_EQ(reply.substr(0, expected.size()), expected) << reply.substr(0, 300);
+    }
+    return json;
   };
   const char* const domains[][2] = {
       {"metamodel", "Metamodel"}, {"authentication", "Authentication"}, {"cli", "Cli"}};
@@ -136,24 +150,19 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
         "");
     for (const std::string& path :
          {fifo, std::string("/dev/zero"), std::string("/dev/stdin"), directory}) {
-      exchanges.push_back(
-          {Call("3", source, "create", R"({"source_id":"x","spec":)" + Spec(path) + "}"),
-           Failure("3", -32000, Domain + " source file not found: " + path)});
+      add(Call("3", source, "create", R"({"source_id":"x","spec":)" + Spec(path) + "}"),
+          Failure("3", -32000, Domain + " source file not found: " + path));
     }
-    exchanges.push_back(
-        {Call("4", source, "create", R"({"source_id":"x","spec":)" + Spec("", "REMOTE") + "}"),
-         Failure("4", -32000, "UNSUPPORTED")});
-    exchanges.push_back(
-        {Call("5", source, "get", R"({"source_id":"\udc00"})"),
-         Failure("5", -32000, Domain + " source not found: " + kBad + kBad + kBad)});
-    exchanges.push_back(
-        {Call("6", source, "create", R"({"source_id":"bad","spec":)" + Spec(documents[d]) + "}"),
-         R"({"jsonrpc":"2.0","id":6,"result":null})"});
+    add(Call("4", source, "create", R"({"source_id":"x","spec":)" + Spec("", "REMOTE") + "}"),
+        Failure("4", -32000, "UNSUPPORTED"));
+    add(Call("5", source, "get", R"({"source_id":"\udc00"})"),
+        Failure("5", -32000, Domain + " source not found: " + kBad + kBad + kBad));
+    add(Call("6", source, "create", R"({"source_id":"bad","spec":)" + Spec(documents[d]) + "}"),
+        R"({"jsonrpc":"2.0","id":6,"result":null})");
     add(Call("7", listed[d], "list"), shown, true);
   }
   for (const std::string service : {"cli.namespace", "cli.command"}) {
-    exchanges.push_back(
-        {Call("8", service, "get"), Failure("8", -32000, "Missing input: identity")});
+    add(Call("8", service, "get"), Failure("8", -32000, "Missing input: identity"));
     add(Call("8", service, "get", R"({"identity":null})"),
         Failure("8", -32000, "Missing input: identity"));
     for (const std::string& identity : {std::string(R"("fleet")"), std::string("[]"),
@@ -170,34 +179,29 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   }
   for (const std::string id : {"18446744073709551615", "-9223372036854775809", "1.50", "-0", "1e2",
                                "-12.5E-3", R"("s")", "null"}) {
-    exchanges.push_back(
-        {Call(id, "cli.source", "list"), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":[)"});
+    add(Call(id, "cli.source", "list"), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":[)");
   }
   add(Call(R"("\udc00")", "cli.source", "list"),
       R"({"jsonrpc":"2.0","id":")" + kBad + kBad + kBad + R"(","result":[)");
 
   // Methods and params.
-  exchanges.push_back(
-      {Call("10", "nope", "list"), Failure("10", -32601, "Method not found: nope")});
+  add(Call("10", "nope", "list"), Failure("10", -32601, "Method not found: nope"));
   add(R"({"jsonrpc":"2.0","id":11,"method":"nope"})",
       Failure("11", -32601, "Method not found: nope"));
   add(R"({"jsonrpc":"2.0","method":"nope"})", "");
-  exchanges.push_back(
-      {R"({"jsonrpc":"2.0","id":12,"method":5})", Failure("12", -32600, "Invalid Request")});
+  add(R"({"jsonrpc":"2.0","id":12,"method":5})", Failure("12", -32600, "Invalid Request"));
   add(R"({"jsonrpc":"1.0","id":13,"method":"cli.source"})",
       Failure("13", -32600, "Invalid Request"));
   for (const std::string params :
        {"5", "{}", R"({"operation":5})", R"({"operation":"list","input":[]})"}) {
-    exchanges.push_back(
-        {R"({"jsonrpc":"2.0","id":14,"method":"cli.source","params":)" + params + "}",
-         Failure("14", -32602,
-                 R"(Invalid params: params need an \"operation\" text and an optional )"
-                 R"(\"input\" object)")});
+    add(R"({"jsonrpc":"2.0","id":14,"method":"cli.source","params":)" + params + "}",
+        Failure("14", -32602,
+                R"(Invalid params: params need an \"operation\" text and an optional )"
+                R"(\"input\" object)"));
   }
-  exchanges.push_back(
-      {Call("15", "cli.source", "frobnicate"),
-       Failure("15", -32000,
-               "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source")});
+  add(Call("15", "cli.source", "frobnicate"),
+      Failure("15", -32000,
+              "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source"));
   add(Call("16", "metamodel.component", "get", R"({"component_id":"zz"})"),
       Failure("16", -32000, "Metamodel component not found: zz") +
           R"(,"data":{"kind":"NOT_FOUND")");
@@ -211,9 +215,8 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
            "{oops", "}{", "\xFF\xFE", "\x01\x02\x03", "[1,2", std::string(1 << 20, 'x')}) {
     add(garbage, ParseFailure(""));
   }
-  exchanges.push_back(
-      {std::string(R"({"jsonrpc":"2.0","id":18,"method":"nope"})") + std::string(1, '\0') + "junk",
-       ParseFailure("a NUL byte at offset 41\"")});
+  add(std::string(R"({"jsonrpc":"2.0","id":18,"method":"nope"})") + std::string(1, '\0') + "junk",
+      ParseFailure("a NUL byte at offset 41\""));
   for (const std::string request : {"null", "42", R"("x")", "{}"}) {
     add(request, Failure("null", -32600, "Invalid Request"));
   }
@@ -229,58 +232,34 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   add(Call("19", "metamodel.component", "list",
            R"({"x":)" + std::string(100000, '[') + std::string(100000, ']') + "}"),
       Failure("null", -32600, "Invalid Request: nesting deeper than 1000"));
-  exchanges.push_back(
-      {Call("20", "metamodel.component", "list",
-            R"({"x":)" + std::string(990, '[') + std::string(990, ']') + "}"),
-       R"({"jsonrpc":"2.0","id":20,"result":[")" + shown + R"(","com.larkspur.fleet"]})"});
-  exchanges.push_back(
-      {Call("21", "metamodel.component", "list", R"({"x":[0)" + Repeat(",0", 300000) + "]}"),
-       Failure("null", -32600, "Invalid Request: more than 262144 values")});
-  exchanges.push_back(
-      {Call("22", "cli.source", "get", R"({"source_id":")" + std::string(2 << 20, 's') + "\"}"),
-       Failure("null", -32600, "Invalid Request: a string longer than 1 MiB")});
-  exchanges.push_back(
-      {Call("23", "cli.source", "get", R"({"source_id":")" + Repeat("\\u0001", 1000000) + "\"}"),
-       R"({"jsonrpc":"2.0","id":23,"error":{"code":-32000,"message":)"
-       R"("Cli source not found: \u0001\u0001)"});
+  add(Call("20", "metamodel.component", "list",
+           R"({"x":)" + std::string(990, '[') + std::string(990, ']') + "}"),
+      R"({"jsonrpc":"2.0","id":20,"result":[")" + shown + R"(","com.larkspur.fleet"]})");
+  add(Call("21", "metamodel.component", "list", R"({"x":[0)" + Repeat(",0", 300000) + "]}"),
+      Failure("null", -32600, "Invalid Request: more than 262144 values"));
+  add(Call("22", "cli.source", "get", R"({"source_id":")" + std::string(2 << 20, 's') + "\"}"),
+      Failure("null", -32600, "Invalid Request: a string longer than 1 MiB"));
+  add(Call("23", "cli.source", "get", R"({"source_id":")" + Repeat("\\u0001", 1000000) + "\"}"),
+      R"({"jsonrpc":"2.0","id":23,"error":{"code":-32000,"message":)"
+      R"("Cli source not found: \u0001\u0001)");
   const std::string get =
       Call("24", "metamodel.component", "get", R"({"component_id":"com.larkspur.fleet"})");
-  add("[" + get + Repeat("," + get, 599) + "]",
-      Failure("24", -32001,
-              "Server error: the replies of this batch exceed 16 MiB; the "
-              "request was not run") +
-          "}}]",
-      true);
+  const auto batch = add("[" + get + Repeat("," + get, 599) + "]",
+                         Failure("24", -32001,
+                                 "Server error: the replies of this batch exceed 16 MiB; the "
+                                 "request was not run") +
+                             "}}]",
+                         true);
+  ASSERT_TRUE(batch.IsArray());
+  EXPECT_EQ(batch.Size(), 600u);
+  EXPECT_EQ(batch[0]["result"]["info"]["name"], "com.larkspur.fleet");
 
   // A normal request at the end.
-  exchanges.push_back(
-      {Call(R"("last")", "cli.namespace", "get", R"({"identity":{"path":"","name":"fleet"}})"),
-       R"({"jsonrpc":"2.0","id":"last","result":{"identity":{"path":"","name":)"
-       R"("fleet"},"description":"Larkspur Fleet: vehicles, routes and telemetry )"
-       R"(of a delivery fleet.","children":[)"});
+  add(Call(R"("last")", "cli.namespace", "get", R"({"identity":{"path":"","name":"fleet"}})"),
+      R"({"jsonrpc":"2.0","id":"last","result":{"identity":{"path":"","name":)"
+      R"("fleet"},"description":"Larkspur Fleet: vehicles, routes and telemetry )"
+      R"(of a delivery fleet.","children":[)");
 
-  Session session({"--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"}, Write("log", ""));
-  ASSERT_TRUE(session.Started());
-  for (const auto& exchange : exchanges) {
-    session.Send(exchange.request);
-    if (exchange.reply.empty()) continue;
-    SCOPED_TRACE(exchange.request.substr(0, 200));
-    std::string reply;
-    ASSERT_TRUE(session.Read(reply)) << "no reply; the server ended";
-    rapidjson::Document json;
-    json.Parse<rapidjson::kParseValidateEncodingFlag>(reply.data(), reply.size());
-    EXPECT_FALSE(json.HasParseError()) << "not UTF-8 JSON: " << reply.substr(0, 200);
-    if (exchange.contains) {
-      EXPECT_NE(reply.find(exchange.reply), std::string::npos) << reply.substr(0, 300);
-    } else {
-      EXPECT_EQ(reply.substr(0, exchange.reply.size()), exchange.reply) << reply.substr(0, 300);
-    }
-    if (exchange.request[0] == '[' && exchange.request.size() > 100) {  // the large batch
-      ASSERT_TRUE(json.IsArray());
-      EXPECT_EQ(json.Size(), 600u);
-      EXPECT_EQ(json[0]["result"]["info"]["name"], "com.larkspur.fleet");
-    }
-  }
   long peakKiB = 0;
   EXPECT_EQ(session.Finish(peakKiB), 0);
 #if !defined(__SANITIZE_ADDRESS__)  // AddressSanitizer's shadow memory and quarantine count too
