@@ -245,17 +245,13 @@ TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
 
   // A request in flight when SIGTERM comes is answered; the server then exits 0.
   const std::string body = Call("cli.source", "list") + std::string(300000, ' ');
-  const std::string request = Write("slow", body), reply = Write("reply", "");
-  std::thread slow([&] {
-    std::system(("curl -s -H 'Expect:' -H 'Content-Type: application/json' --limit-rate 200k "
-                 "--data-binary @" +
-                 Quote(request) + " -o " + Quote(reply) + " " + Quote(server.Url() + "/rpc"))
-                    .c_str());
-  });
+  const std::string request = "@" + Write("slow", body);
+  std::string reply;
+  std::thread slow([&] { reply = server.Rpc(request, {"--limit-rate", "200k"}).body; });
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(server.Stop(), 0);
   slow.join();
-  EXPECT_EQ(Slurp(reply), R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
+  EXPECT_EQ(reply, R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
   EXPECT_EQ(open(), -1);  // no longer listening
 }
 

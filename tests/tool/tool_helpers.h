@@ -170,8 +170,9 @@ class Server {
     std::sscanf(reply.headers.c_str(), "HTTP/1.1 %d", &reply.status);
     return reply;
   }
-  Reply Rpc(const std::string& request) const {
-    return Curl("/rpc", {"--data-binary", request, "-H", "Content-Type: application/json"});
+  Reply Rpc(const std::string& request, std::vector<std::string> args = {}) const {
+    args.insert(args.end(), {"--data-binary", request, "-H", "Content-Type: application/json"});
+    return Curl("/rpc", args);
   }
 
  private:
