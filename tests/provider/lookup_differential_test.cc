@@ -49,12 +49,6 @@ std::string Items(int count, Make make) {
   return items;
 }
 
-std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
-  std::istringstream in(text);
-  std::list<Ostra::BaseMessage> messages;
-  return Metadata::ParseStream(in, messages);
-}
-
 // Loads each text as a source of `store` (ids in the order given) and answers the source indexes
 // a walk reads, loaded apart from the store.
 template <class Store, class Container>
@@ -64,7 +58,7 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
   std::vector<std::shared_ptr<typename Container::SourceData>> walked;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     const std::string id(1, static_cast<char>('a' + i));
-    auto parsed = Parse(texts[i]);
+    auto parsed = OstraTest::Parse(texts[i]);
     Metadata::ErrorPtr error;
     walked.push_back(Container::LoadSource(OstraTest::FileSpec<Spec>(""), *parsed, error));
     EXPECT_NE(walked.back(), nullptr);
@@ -73,7 +67,8 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
   // An entry without a source index sorts after the others; lookups pass over it.
   auto remote = std::make_shared<Spec>(*OstraTest::FileSpec<Spec>(""));
   remote->type = decltype(remote->type)::REMOTE;
-  EXPECT_EQ(store->CreateSourceFromMetadata("z", *Parse(texts.front()), remote), nullptr);
+  EXPECT_EQ(store->CreateSourceFromMetadata("z", *OstraTest::Parse(texts.front()), remote),
+            nullptr);
   return walked;
 }
 

@@ -125,12 +125,6 @@ std::string AllMessages(const Ostra::Data::ErrorValue& error) {
   return text;
 }
 
-std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
-  std::istringstream in(text);
-  Metadata::Messages messages;
-  return Metadata::ParseStream(in, messages);
-}
-
 template <class Domain>
 class SourceSetTest : public StoreTest<typename Domain::Store, typename Domain::Spec> {
  protected:
