@@ -74,54 +74,36 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
 
 // ---- Metamodel
 
-// Every record carries a documentation text of its own, which tells records apart.
-class MetamodelDocs {
- public:
-  explicit MetamodelDocs(std::uint64_t seed) : random_(seed) {}
-
-  std::string Document() {
-    return R"({"metamodel":{"component":{"name":")" + random_.Name("c", 2) + "\"," + Common() +
-           R"(,"packages":[)" + Items(1 + random_.Next(3), [&] { return Package(); }) + "]}}}";
-  }
-
- private:
-  std::string Common() {
-    return R"("documentation":"d)" + std::to_string(next_++) + R"(","metadata":{})";
-  }
-  std::string Named(const std::string& name) { return R"({"name":")" + name + "\"," + Common(); }
-  std::string Enumerations() {
-    return R"("enumerations":[)" +
-           Items(random_.Next(3),
-                 [&] { return Named(random_.Name("e", 4)) + R"(,"values":[]})"; }) +
-           "]";
-  }
-  std::string Structures() {
-    return R"("structures":[)" +
-           Items(random_.Next(3),
-                 [&] {
-                   return R"({"name":")" + random_.Name("t", 4) + R"(","type":"STRUCTURE",)" +
-                          Common() + "," + Enumerations() + R"(,"constants":[],"fields":[]})";
-                 }) +
-           "]";
-  }
-  std::string Operation() {
-    return Named(random_.Name("o", 4)) +
-           R"(,"params":[],"result":{"documentation":"","metadata":{},"type":)"
-           R"({"category":"BUILTIN","primitive_type":"VOID"}},"errors":[]})";
-  }
-  std::string Service() {
-    return Named(random_.Name("s", 4)) + "," + Enumerations() + "," + Structures() +
-           R"(,"constants":[],"operations":[)" +
-           Items(random_.Next(4), [&] { return Operation(); }) + "]}";
-  }
-  std::string Package() {
-    return Named(random_.Name("p", 4)) + "," + Enumerations() + "," + Structures() +
-           R"(,"services":[)" + Items(random_.Next(4), [&] { return Service(); }) + "]}";
-  }
-
-  Random random_;
-  int next_ = 0;
-};
+// A document of random names; every record carries a documentation text of its own, "d" and the
+// count `next`, which tells records apart across documents.
+std::string MetamodelDocument(Random& random, int& next) {
+  namespace D = OstraTest::MetamodelDocs;
+  const auto enumerations = [&] {
+    return Items(random.Next(3), [&] { return D::Enumeration(random.Name("e", 4)); });
+  };
+  const auto structures = [&] {
+    return Items(random.Next(3), [&] {
+      const std::string name = random.Name("t", 4);
+      return D::Structure(name, "", "{}", "STRUCTURE", "", enumerations());
+    });
+  };
+  const auto service = [&] {
+    const std::string name = random.Name("s", 4), inner = enumerations(), types = structures();
+    return D::Service(name,
+                      Items(random.Next(4), [&] { return D::Operation(random.Name("o", 4)); }),
+                      types, inner);
+  };
+  const auto package = [&] {
+    const std::string name = random.Name("p", 4), inner = enumerations(), types = structures();
+    return D::Package(name, types, Items(random.Next(4), service), "{}", inner);
+  };
+  const std::string component = random.Name("c", 2);
+  std::string text = D::NamedDoc(component, Items(1 + random.Next(3), package));
+  const std::string empty = R"("documentation":"")";
+  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
+    text.replace(at, empty.size(), R"("documentation":"d)" + std::to_string(next++) + "\"");
+  return text;
+}
 
 // Entries of one kind of record in walking order: sources, components, packages, services,
 // structures, each map in key order.
@@ -263,8 +245,11 @@ void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
 TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
   for (std::uint64_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    MetamodelDocs docs(seed);
-    ExpectMetamodelLookupsAsWalked({docs.Document(), docs.Document(), docs.Document()});
+    Random random(seed);
+    int next = 0;
+    ExpectMetamodelLookupsAsWalked({MetamodelDocument(random, next),
+                                    MetamodelDocument(random, next),
+                                    MetamodelDocument(random, next)});
   }
 }
 
