@@ -13,6 +13,7 @@
 #include "ostra/core/crc32.h"
 #include "ostra/core/error_factory.h"
 #include "ostra/metamodel/json_metadata_container.h"
+#include "ostra/provider/parsed_metadata.h"
 #include "ostra/std_bindings/errors.h"
 
 namespace OstraTest {
@@ -31,6 +32,13 @@ inline std::string ExampleText(const std::string& name) {
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
+}
+
+// `text` parsed as a source document is; its messages are dropped.
+inline std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> Parse(const std::string& text) {
+  std::istringstream in(text);
+  Ostra::Provider::Metadata::Messages messages;
+  return Ostra::Provider::Metadata::ParseStream(in, messages);
 }
 
 // A file source spec of any domain (Metamodel by default).

@@ -19,13 +19,9 @@ using Spec = Binding::SourceSvc::CreateSpec;
 using CliStoreTest = StoreTest<Impl::MetadataContainer, Spec>;
 
 using NsIdentity = Binding::Namespace_Svc::Identity;
-using CmdIdentity = Binding::CommandSvc::Identity;
 
 std::shared_ptr<const NsIdentity> Ns(const std::string& path, const std::string& name) {
   return std::make_shared<const NsIdentity>(NsIdentity{path, name});
-}
-std::shared_ptr<const CmdIdentity> Cmd(const std::string& path, const std::string& name) {
-  return std::make_shared<const CmdIdentity>(CmdIdentity{path, name});
 }
 
 // Identities as "path/name", for comparing lists.
@@ -108,7 +104,7 @@ TEST(CliSourceData, TheLongerDescriptionWinsAndTheLaterOnATie) {
   EXPECT_EQ(Names(source.namespaces.at(Ns("", "x"))->children), std::vector<std::string>{"x/n"});
 }
 
-TEST_F(CliStoreTest, NamespacesAreMergedAcrossSourcesCommandsAreNot) {
+TEST_F(CliStoreTest, NamespacesAreMergedAcrossSources) {
   const std::string textB =
       Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
            CmdNode("storage", "mount", "b-mount"), CmdNode("storage.disk", "format", "f"),
@@ -135,21 +131,6 @@ TEST_F(CliStoreTest, NamespacesAreMergedAcrossSourcesCommandsAreNot) {
   EXPECT_EQ(store_->NamespaceInfo(Ns("", "storage"))->children.size(), 2u);
   EXPECT_EQ(store_->NamespaceInfo(Ns("", "zz")), nullptr);
   EXPECT_EQ(store_->NamespaceInfo(nullptr), nullptr);
-
-  // Exact path match; duplicates across sources kept; lookups answer the first source.
-  EXPECT_EQ(Names(store_->ListCommands(std::string("storage"))),
-            (std::vector<std::string>{"storage/mount", "storage/mount"}));
-  EXPECT_EQ(store_->ListCommands(boost::none).size(), 3u);
-  EXPECT_TRUE(store_->ListCommands(std::string("stor")).empty());
-  EXPECT_EQ(store_->CommandInfo(Cmd("storage", "mount"))->operation_id, "a-mount");
-  EXPECT_EQ(store_->CommandInfo(Cmd("storage", "disk")), nullptr);
-
-  const std::string both = Crc(Crc(textA) + Crc(textB));
-  EXPECT_EQ(store_->NamespaceFingerprint(), both);
-  EXPECT_EQ(store_->CommandFingerprint(), both);
-  EXPECT_EQ(store_->SourceFingerprint(boost::none), both);
-  EXPECT_EQ(store_->SourceFingerprint(std::string("a")), Crc(Crc(textA)));
-  EXPECT_EQ(store_->SourceFingerprint(std::string("zz")), "");
 }
 
 }  // namespace

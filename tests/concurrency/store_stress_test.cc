@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
 #include <thread>
@@ -20,148 +20,114 @@
 namespace {
 
 using namespace OstraTest;
-using namespace OstraTest::MetamodelDocs;
-constexpr int kRounds = 60;
+namespace Binding = Com::Corvane::Ostra::Metadata;
+namespace Metamodel = Ostra::Provider::Metadata::Metamodel;
+namespace Auth = Ostra::Provider::Metadata::Authentication;
+namespace Cli = Ostra::Provider::Metadata::Cli;
+constexpr int kRounds = 120;
 
-std::string Text(const std::string& component) {
+template <class Container, class Spec>
+class Churn : public StoreTest<Container, Spec> {
+ protected:
+  // Two creators make sources "<prefix>0" to "<prefix>N" from `text(id)` (even and odd rounds),
+  // call `created(id)` after each create and delete half of them again, while one thread reloads
+  // every source and another runs `query` in a loop. Answers the ids that must remain, in order.
+  std::list<std::string> Run(const std::string& prefix,
+                             const std::function<std::string(const std::string&)>& text,
+                             const std::function<void(const std::string&)>& created,
+                             const std::function<void()>& query) {
+    std::vector<std::string> paths;
+    for (int round = 0; round < kRounds; ++round)
+      paths.push_back(this->Write(std::to_string(round), text(prefix + std::to_string(round))));
+    const auto creator = [&](int first) {
+      for (int round = first; round < kRounds; round += 2) {
+        const std::string id = prefix + std::to_string(round);
+        EXPECT_EQ(this->store_->CreateSource(id, FileSpec<Spec>(paths[round])), nullptr) << id;
+        created(id);
+        if (round % 4 < 2) {
+          EXPECT_EQ(this->store_->DeleteSource(id), nullptr) << id;
+        }
+      }
+    };
+    std::atomic<bool> done{false};
+    std::thread even(creator, 0), odd(creator, 1);
+    std::thread reloader([&] {
+      while (!done)
+        EXPECT_EQ(this->store_->ReloadSource(boost::none), nullptr);
+    });
+    std::thread querier([&] {
+      while (!done)
+        query();
+    });
+    even.join();
+    odd.join();
+    done = true;
+    reloader.join();
+    querier.join();
+    std::list<std::string> expected;
+    for (int round = 0; round < kRounds; ++round) {
+      if (round % 4 >= 2) expected.push_back(prefix + std::to_string(round));
+    }
+    expected.sort();
+    return expected;
+  }
+};
+
+std::string MetamodelText(const std::string& component) {
+  using namespace MetamodelDocs;
   return NamedDoc(component, Package("p." + component, "", Service("s", Operation("op"))),
                   R"({"Resource":{"value":"R"}})");
 }
 
-TEST_F(MetamodelStoreTest, ConcurrentSourceOperationsLoseNothing) {
-  // Each creator owns its ids: it keeps the odd rounds' sources and deletes the even ones.
-  const auto creator = [this](const std::string& prefix, std::vector<std::string> paths) {
-    for (int round = 0; round < kRounds; ++round) {
-      const std::string id = prefix + std::to_string(round);
-      const auto error = store_->CreateSource(id, FileSpec(paths[round]));
-      EXPECT_EQ(error, nullptr) << id;
-      const auto component = store_->ComponentInfo(id);
-      ASSERT_NE(component, nullptr) << id;
-      EXPECT_EQ(component->info->name, id);
-      if (round % 2 == 0) {
-        EXPECT_EQ(store_->DeleteSource(id), nullptr) << id;
-      }
-    }
-  };
-  std::vector<std::string> pathsA, pathsB;
-  for (int round = 0; round < kRounds; ++round) {
-    pathsA.push_back(Write("a" + std::to_string(round), Text("a" + std::to_string(round))));
-    pathsB.push_back(Write("b" + std::to_string(round), Text("b" + std::to_string(round))));
-  }
-  // A shared source whose file is rewritten while others reload it.
-  const std::string shared = Write("shared", Text("shared"));
+using MetamodelChurn =
+    Churn<Metamodel::MetadataContainer, Binding::Metamodel::SourceSvc::CreateSpec>;
+
+TEST_F(MetamodelChurn, ConcurrentSourceOperationsLoseNothing) {
+  // A shared source whose file is rewritten while the others reload it.
+  const std::string shared = Write("shared", MetamodelText("shared"));
   ASSERT_EQ(store_->CreateSource("shared", FileSpec(shared)), nullptr);
-
-  std::atomic<bool> done{false};
-  std::thread a(creator, "a", pathsA);
-  std::thread b(creator, "b", pathsB);
-  std::thread reloader([&] {
-    for (int round = 0; !done; ++round) {
-      EXPECT_EQ(store_->ReloadSource(boost::none), nullptr);
-      EXPECT_EQ(store_->ReloadSource(std::string("shared")), nullptr);
-      if (round % 4 == 0) std::ofstream(shared, std::ios::trunc) << Text("shared");
-    }
-  });
-  std::thread querier([&] {
-    namespace Impl = Ostra::Provider::Metadata::Metamodel;
-    auto components = Impl::ComponentSvc::AsyncServiceImpl::GetInstance(store_);
-    while (!done) {
-      for (const auto& name : store_->ListComponents()) {
-        const auto data = store_->ComponentInfo(name);
-        if (data) {
-          EXPECT_EQ(data->info->name, name);
+  auto components = Metamodel::ComponentSvc::AsyncServiceImpl::GetInstance(store_);
+  int round = 0;
+  auto expected = Run(
+      "a", MetamodelText,
+      [this](const std::string& id) {
+        const auto component = store_->ComponentInfo(id);
+        ASSERT_NE(component, nullptr) << id;
+        EXPECT_EQ(component->info->name, id);
+      },
+      [&] {
+        for (const auto& name : store_->ListComponents()) {
+          const auto data = store_->ComponentInfo(name);
+          if (data) {
+            EXPECT_EQ(data->info->name, name);
+          }
         }
-      }
-      EXPECT_EQ(store_->SourceFingerprint(boost::none).size(), 8u);
-      EXPECT_EQ(store_->ListResources(), std::set<std::string>{"R"});
-      store_->OperationInfo("s", "op");
-      store_->ListEnumerations();
-      components->List(nullptr, Ostra::AsyncResult<std::list<std::string>>(
-                                    [](const auto&, const auto&, const auto&, const auto&) {}));
-    }
-  });
-  a.join();
-  b.join();
-  done = true;
-  reloader.join();
-  querier.join();
-
-  std::set<std::string> expected{"shared"};
-  for (int round = 1; round < kRounds; round += 2) {
-    expected.insert("a" + std::to_string(round));
-    expected.insert("b" + std::to_string(round));
-  }
-  const auto listed = store_->ListSources();
-  EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()), expected);
-  EXPECT_EQ(listed.size(), expected.size());
-  for (const auto& id : expected) {
-    ASSERT_NE(store_->ComponentInfo(id), nullptr) << id;
-    EXPECT_EQ(store_->ComponentFingerprint(id), Crc(Text(id))) << id;
-  }
-}
-
-}  // namespace
-
-namespace {
-
-// Two creators make sources "<prefix>0" to "<prefix>N" from `paths` (even and odd rounds), call
-// `created(id)` after each create and delete half of them again, while one thread reloads every
-// source and another runs `query` in a loop. Answers the ids that must remain, in order.
-template <class Store, class Spec, class Created, class Query>
-std::list<std::string> Churn(Store& store, const std::vector<std::string>& paths,
-                             const std::string& prefix, Created created, Query query) {
-  const int count = static_cast<int>(paths.size());
-  const auto creator = [&](int first) {
-    for (int round = first; round < count; round += 2) {
-      const std::string id = prefix + std::to_string(round);
-      EXPECT_EQ(store.CreateSource(id, OstraTest::FileSpec<Spec>(paths[round])), nullptr);
-      created(id);
-      if (round % 4 < 2) {
-        EXPECT_EQ(store.DeleteSource(id), nullptr) << id;
-      }
-    }
-  };
-  std::atomic<bool> done{false};
-  std::thread even(creator, 0);
-  std::thread odd(creator, 1);
-  std::thread reloader([&] {
-    while (!done)
-      EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
-  });
-  std::thread querier([&] {
-    while (!done)
-      query();
-  });
-  even.join();
-  odd.join();
-  done = true;
-  reloader.join();
-  querier.join();
-
-  std::list<std::string> expected;
-  for (int round = 0; round < count; ++round) {
-    if (round % 4 >= 2) expected.push_back(prefix + std::to_string(round));
-  }
+        EXPECT_EQ(store_->SourceFingerprint(boost::none).size(), 8u);
+        EXPECT_EQ(store_->ListResources(), std::set<std::string>{"R"});
+        store_->OperationInfo("s", "op");
+        store_->ListEnumerations();
+        components->List(nullptr, Ostra::AsyncResult<std::list<std::string>>(
+                                      [](const auto&, const auto&, const auto&, const auto&) {}));
+        EXPECT_EQ(store_->ReloadSource(std::string("shared")), nullptr);
+        if (++round % 4 == 0) std::ofstream(shared, std::ios::trunc) << MetamodelText("shared");
+      });
+  expected.push_back("shared");
   expected.sort();
-  return expected;
+  EXPECT_EQ(store_->ListSources(), expected);
+  for (const auto& id : expected)
+    EXPECT_EQ(store_->ComponentFingerprint(id), Crc(MetamodelText(id))) << id;
 }
 
-namespace Auth = Ostra::Provider::Metadata::Authentication;
-using AuthSpec = Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec;
-using AuthenticationStoreTest = OstraTest::StoreTest<Auth::MetadataContainer, AuthSpec>;
+using AuthChurn = Churn<Auth::MetadataContainer, Binding::Authentication::SourceSvc::CreateSpec>;
 
 std::string AuthText(const std::string& component) {
   return R"({"authentication":{"component":{"name":")" + component +
          R"(","operations":{"p.s.op":[]}}}})";
 }
 
-TEST_F(AuthenticationStoreTest, ConcurrentSourceOperationsLoseNothing) {
-  std::vector<std::string> paths;
-  for (int round = 0; round < 2 * kRounds; ++round) {
-    paths.push_back(Write(std::to_string(round), AuthText("c" + std::to_string(round))));
-  }
-  const auto expected = Churn<Auth::MetadataContainer, AuthSpec>(
-      *store_, paths, "c",
+TEST_F(AuthChurn, ConcurrentSourceOperationsLoseNothing) {
+  const auto expected = Run(
+      "c", AuthText,
       [this](const std::string& id) { EXPECT_NE(store_->ComponentInfo(id), nullptr) << id; },
       [this] {
         for (const auto& service : store_->ListServices()) {
@@ -172,12 +138,10 @@ TEST_F(AuthenticationStoreTest, ConcurrentSourceOperationsLoseNothing) {
       });
   EXPECT_EQ(store_->ListSources(), expected);
   for (const auto& id : expected)
-    EXPECT_EQ(store_->ComponentFingerprint(id), OstraTest::Crc(AuthText(id)));
+    EXPECT_EQ(store_->ComponentFingerprint(id), Crc(AuthText(id)));
 }
 
-namespace CliImpl = Ostra::Provider::Metadata::Cli;
-using CliSpec = Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec;
-using CliStoreTest = OstraTest::StoreTest<CliImpl::MetadataContainer, CliSpec>;
+using CliChurn = Churn<Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec>;
 
 // Every source shares the namespace tree above its own command.
 std::string CliText(const std::string& name) {
@@ -187,16 +151,12 @@ std::string CliText(const std::string& name) {
          R"("description":"d","node_metadata":{"service_id":"s","operation_id":"o"}}]})";
 }
 
-TEST_F(CliStoreTest, ConcurrentSourceOperationsLoseNothing) {
-  using Identity = Com::Corvane::Ostra::Metadata::Cli::Namespace_Svc::Identity;
-  std::vector<std::string> paths;
-  for (int round = 0; round < 2 * kRounds; ++round) {
-    paths.push_back(Write(std::to_string(round), CliText("n" + std::to_string(round))));
-  }
+TEST_F(CliChurn, ConcurrentSourceOperationsLoseNothing) {
+  using Identity = Binding::Cli::Namespace_Svc::Identity;
   const auto fleet = std::make_shared<const Identity>(Identity{"", "fleet"});
-  auto namespaces = CliImpl::Namespace_Svc::AsyncServiceImpl::GetInstance(store_);
-  const auto expected = Churn<CliImpl::MetadataContainer, CliSpec>(
-      *store_, paths, "n",
+  auto namespaces = Cli::Namespace_Svc::AsyncServiceImpl::GetInstance(store_);
+  const auto expected = Run(
+      "n", CliText,
       [this](const std::string& id) {
         EXPECT_EQ(store_->ListCommands("fleet." + id).size(), 1u) << id;
       },

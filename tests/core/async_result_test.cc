@@ -8,34 +8,16 @@
 #include <memory>
 #include <string>
 
-#include "ostra/core/error_factory.h"
-#include "ostra/std_bindings/errors.h"
+#include "test_outcome.h"
 
 namespace {
 
-using Ostra::AsyncResult;
-
-struct Seen {
-  int calls = 0;
-  boost::optional<std::string> value;
-  std::shared_ptr<const Ostra::Data::ErrorValue> error;
-};
-
-AsyncResult<std::string> Recording(Seen& seen) {
-  return AsyncResult<std::string>([&seen](const boost::optional<std::string>& value,
-                                          const std::shared_ptr<const Ostra::Data::ErrorValue>& e,
-                                          const std::shared_ptr<const Ostra::Data::NativeError>&,
-                                          const Ostra::Progress&) {
-    ++seen.calls;
-    seen.value = value;
-    seen.error = e;
-  });
-}
+using Seen = OstraTest::Outcome<std::string>;
 
 TEST(AsyncResult, CompletesWithValueOrErrorThroughAnyCopy) {
   Seen seen;
-  const auto result = Recording(seen);
-  const AsyncResult<std::string> copy = result;  // copies share one completion
+  const auto result = seen.Result();
+  const Ostra::AsyncResult<std::string> copy = result;  // copies share one completion
   copy("done");
   EXPECT_EQ(seen.calls, 1);
   EXPECT_EQ(seen.value, std::string("done"));
@@ -45,7 +27,7 @@ TEST(AsyncResult, CompletesWithValueOrErrorThroughAnyCopy) {
   const auto error =
       Ostra::Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::NotFound>(
           std::list<Ostra::BaseMessage>{});
-  Recording(failed).error(error);
+  failed.Result().error(error);
   EXPECT_EQ(failed.calls, 1);
   EXPECT_FALSE(failed.value);
   EXPECT_EQ(failed.error, error);
@@ -55,7 +37,7 @@ TEST(AsyncResultDeathTest, SecondCompletionEndsTheProcess) {
   EXPECT_DEATH(
       {
         Seen seen;
-        const auto result = Recording(seen);
+        const auto result = seen.Result();
         const auto copy = result;
         result("first");
         copy("second");

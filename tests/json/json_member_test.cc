@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "ostra/std_bindings/cli.h"
 #include "test_messages.h"
 
@@ -150,16 +148,6 @@ TEST(JsonObjectMember, FillersPointersAndVoid) {
   EXPECT_TRUE(JsonObjectMember<void>(
       doc, "obj", [](const JsonValue&, Messages&) { return true; }, messages));
   EXPECT_MESSAGES(messages, {Invalid("str"), Missing("absent")});
-}
-
-TEST(JsonToolkit, ParseErrorsBecomeOneMessage) {
-  JsonDocument document;
-  std::istringstream in("{} x");
-  ParseJson(in, document);
-  Messages messages;
-  EXPECT_FALSE(CheckParsed(document, "ostra.metadata.cli.parse.error", messages));
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages.front().GetDefaultMessage(), "Cli source file parse error : 2 at 3");
 }
 
 }  // namespace

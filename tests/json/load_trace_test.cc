@@ -19,9 +19,7 @@ struct Traced {
   bool loaded;
 };
 Traced Load(const std::string& text) {
-  std::istringstream in(text);
-  Messages none;
-  auto parsed = ParseStream(in, none);
+  auto parsed = OstraTest::Parse(text);
   LoadTrace trace;
   std::shared_ptr<const Ostra::Data::ErrorValue> error;
   if (text.find("\"metamodel\"") != std::string::npos) {
@@ -100,10 +98,7 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
 }
 
 TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
-  const std::string bad = R"({"cli":{}})";
-  std::istringstream in(bad);
-  Messages none;
-  auto parsed = ParseStream(in, none);
+  auto parsed = OstraTest::Parse(R"({"cli":{}})");
   const auto load = [&parsed]() {
     Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
         "s", *parsed,

@@ -65,9 +65,7 @@ struct Outcome {
 };
 
 Outcome Parse(const std::string& text) {
-  std::istringstream in(text);
-  std::list<Ostra::BaseMessage> messages;
-  const auto parsed = ParseStream(in, messages);
+  const auto parsed = OstraTest::Parse(text);
   return {static_cast<int>(parsed->document->GetParseError()), parsed->document->GetErrorOffset()};
 }
 

@@ -34,9 +34,7 @@ long PeakResidentKiB() {
 
 // The parse error that ParseStream records for `text`, as the store's message arguments.
 std::string ParseErrorOf(const std::string& text) {
-  std::istringstream in(text);
-  Metadata::Messages none;
-  const auto parsed = Metadata::ParseStream(in, none);
+  const auto parsed = Parse(text);
   const auto& document = *parsed->document;
   return std::to_string(static_cast<int>(document.GetParseError())) + " " +
          std::to_string(document.GetErrorOffset());

@@ -49,12 +49,6 @@ std::string Items(int count, Make make) {
   return items;
 }
 
-std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
-  std::istringstream in(text);
-  std::list<Ostra::BaseMessage> messages;
-  return Metadata::ParseStream(in, messages);
-}
-
 // Loads each text as a source of `store` (ids in the order given) and answers the source indexes
 // a walk reads, loaded apart from the store.
 template <class Store, class Container>
@@ -64,7 +58,7 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
   std::vector<std::shared_ptr<typename Container::SourceData>> walked;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     const std::string id(1, static_cast<char>('a' + i));
-    auto parsed = Parse(texts[i]);
+    auto parsed = OstraTest::Parse(texts[i]);
     Metadata::ErrorPtr error;
     walked.push_back(Container::LoadSource(OstraTest::FileSpec<Spec>(""), *parsed, error));
     EXPECT_NE(walked.back(), nullptr);
@@ -73,60 +67,43 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
   // An entry without a source index sorts after the others; lookups pass over it.
   auto remote = std::make_shared<Spec>(*OstraTest::FileSpec<Spec>(""));
   remote->type = decltype(remote->type)::REMOTE;
-  EXPECT_EQ(store->CreateSourceFromMetadata("z", *Parse(texts.front()), remote), nullptr);
+  EXPECT_EQ(store->CreateSourceFromMetadata("z", *OstraTest::Parse(texts.front()), remote),
+            nullptr);
   return walked;
 }
 
 // ---- Metamodel
 
-// Every record carries a documentation text of its own, which tells records apart.
-class MetamodelDocs {
- public:
-  explicit MetamodelDocs(std::uint64_t seed) : random_(seed) {}
-
-  std::string Document() {
-    return R"({"metamodel":{"component":{"name":")" + random_.Name("c", 2) + "\"," + Common() +
-           R"(,"packages":[)" + Items(1 + random_.Next(3), [&] { return Package(); }) + "]}}}";
-  }
-
- private:
-  std::string Common() {
-    return R"("documentation":"d)" + std::to_string(next_++) + R"(","metadata":{})";
-  }
-  std::string Named(const std::string& name) { return R"({"name":")" + name + "\"," + Common(); }
-  std::string Enumerations() {
-    return R"("enumerations":[)" +
-           Items(random_.Next(3),
-                 [&] { return Named(random_.Name("e", 4)) + R"(,"values":[]})"; }) +
-           "]";
-  }
-  std::string Structures() {
-    return R"("structures":[)" +
-           Items(random_.Next(3),
-                 [&] {
-                   return R"({"name":")" + random_.Name("t", 4) + R"(","type":"STRUCTURE",)" +
-                          Common() + "," + Enumerations() + R"(,"constants":[],"fields":[]})";
-                 }) +
-           "]";
-  }
-  std::string Operation() {
-    return Named(random_.Name("o", 4)) +
-           R"(,"params":[],"result":{"documentation":"","metadata":{},"type":)"
-           R"({"category":"BUILTIN","primitive_type":"VOID"}},"errors":[]})";
-  }
-  std::string Service() {
-    return Named(random_.Name("s", 4)) + "," + Enumerations() + "," + Structures() +
-           R"(,"constants":[],"operations":[)" +
-           Items(random_.Next(4), [&] { return Operation(); }) + "]}";
-  }
-  std::string Package() {
-    return Named(random_.Name("p", 4)) + "," + Enumerations() + "," + Structures() +
-           R"(,"services":[)" + Items(random_.Next(4), [&] { return Service(); }) + "]}";
-  }
-
-  Random random_;
-  int next_ = 0;
-};
+// A document of random names; every record carries a documentation text of its own, "d" and the
+// count `next`, which tells records apart across documents.
+std::string MetamodelDocument(Random& random, int& next) {
+  namespace D = OstraTest::MetamodelDocs;
+  const auto enumerations = [&] {
+    return Items(random.Next(3), [&] { return D::Enumeration(random.Name("e", 4)); });
+  };
+  const auto structures = [&] {
+    return Items(random.Next(3), [&] {
+      const std::string name = random.Name("t", 4);
+      return D::Structure(name, "", "{}", "STRUCTURE", "", enumerations());
+    });
+  };
+  const auto service = [&] {
+    const std::string name = random.Name("s", 4), inner = enumerations(), types = structures();
+    return D::Service(name,
+                      Items(random.Next(4), [&] { return D::Operation(random.Name("o", 4)); }),
+                      types, inner);
+  };
+  const auto package = [&] {
+    const std::string name = random.Name("p", 4), inner = enumerations(), types = structures();
+    return D::Package(name, types, Items(random.Next(4), service), "{}", inner);
+  };
+  const std::string component = random.Name("c", 2);
+  std::string text = D::NamedDoc(component, Items(1 + random.Next(3), package));
+  const std::string empty = R"("documentation":"")";
+  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
+    text.replace(at, empty.size(), R"("documentation":"d)" + std::to_string(next++) + "\"");
+  return text;
+}
 
 // Entries of one kind of record in walking order: sources, components, packages, services,
 // structures, each map in key order.
@@ -268,8 +245,11 @@ void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
 TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
   for (std::uint64_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    MetamodelDocs docs(seed);
-    ExpectMetamodelLookupsAsWalked({docs.Document(), docs.Document(), docs.Document()});
+    Random random(seed);
+    int next = 0;
+    ExpectMetamodelLookupsAsWalked({MetamodelDocument(random, next),
+                                    MetamodelDocument(random, next),
+                                    MetamodelDocument(random, next)});
   }
 }
 

@@ -15,6 +15,7 @@
 
 #include "metamodel/documents.h"
 #include "ostra/provider/provider_helper.h"
+#include "test_store.h"
 
 namespace {
 
@@ -73,10 +74,7 @@ const std::string kCli =
 // The three stores, each with one source made from a document text.
 Metadata::MetadataModel Load(const std::vector<std::string>& texts) {
   const auto load = [](const std::string& text, const auto& store, auto loader) {
-    std::istringstream in(text);
-    std::list<Ostra::BaseMessage> none;
-    auto parsed = Metadata::ParseStream(in, none);
-    EXPECT_EQ(loader("one", *parsed, store), nullptr) << text;
+    EXPECT_EQ(loader("one", *OstraTest::Parse(text), store), nullptr) << text;
     return store;
   };
   using Helper = Metadata::ProviderHelper;

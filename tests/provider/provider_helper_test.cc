@@ -74,9 +74,7 @@ TEST_F(ProviderHelperLoadTest, LoadsAreTheStoresOwnAnswers) {
 
   // The parsed form: the created source names no file.
   const auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
-  std::istringstream in(R"({"authentication":{"component":{"name":"c"}}})");
-  Metadata::Messages none;
-  const auto parsed = Metadata::ParseStream(in, none);
+  const auto parsed = Parse(R"({"authentication":{"component":{"name":"c"}}})");
   EXPECT_EQ(ProviderHelper::LoadAuthnMetadataFile("p", *parsed, authentication), nullptr);
   EXPECT_FALSE(authentication->SourcesInfo("p")->filepath);
   EXPECT_EQ(authentication->ComponentFingerprint("c"), parsed->fingerprint);

@@ -22,17 +22,14 @@ using Kind = Com::Corvane::Ostra::Std::Errors::ErrorType;
 using Com::Corvane::Ostra::Std::Errors::KindOf;
 using Strings = std::list<std::string>;
 
-std::string Sorted(std::vector<std::string> names) {
+template <class List>
+std::string Sorted(const List& list) {
+  std::vector<std::string> names(list.begin(), list.end());
   std::sort(names.begin(), names.end());
   std::string text;
   for (const auto& name : names)
     text += (text.empty() ? "" : " ") + name;
   return text;
-}
-
-template <class List>
-std::vector<std::string> Vector(const List& list) {
-  return {list.begin(), list.end()};
 }
 
 // Per domain: its store, spec and source service, a document naming one top-level record, a
@@ -49,7 +46,7 @@ struct Domain {
 template <class S, class Sp, class Svc>
 struct ComponentDomain : Domain<S, Sp, Svc> {
   static constexpr bool kCompletesOnSuccess = false;
-  static std::string Held(const S& store) { return Sorted(Vector(store.ListComponents())); }
+  static std::string Held(const S& store) { return Sorted(store.ListComponents()); }
   static std::string Prints(const S& store) {
     return store.ComponentFingerprint("a") + " " + store.ComponentInfo("a")->fingerprint + " " +
            store.ComponentFingerprint("zz");
@@ -123,12 +120,6 @@ std::string AllMessages(const Ostra::Data::ErrorValue& error) {
       text += " " + arg;
   }
   return text;
-}
-
-std::shared_ptr<Metadata::ParsedMetadata> Parse(const std::string& text) {
-  std::istringstream in(text);
-  Metadata::Messages messages;
-  return Metadata::ParseStream(in, messages);
 }
 
 template <class Domain>
