@@ -168,7 +168,11 @@ TEST(ModelDiff, ParametersResultAndErrors) {
          "breaking metamodel parameter-type-changed com.tern.orders.desk#create(order): "
          "com.tern.orders.Order -> com.tern.orders.Line",
          "breaking metamodel result-type-changed com.tern.orders.desk#create->: "
-         "com.tern.orders.Receipt -> com.tern.orders.Missing"}}});
+         "com.tern.orders.Receipt -> com.tern.orders.Missing"}},
+       {"kind of a generic type changed",
+        {{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
+        {"breaking metamodel field-type-changed com.tern.orders.Order.lines: "
+         "list<com.tern.orders.Line> -> set<com.tern.orders.Line>"}}});
 }
 
 TEST(ModelDiff, FieldsBreakWhereParametersReachThem) {
@@ -248,7 +252,10 @@ TEST(ModelDiff, CliCommandsAndOptions) {
          {"option renamed",
           {{R"("long_option":"order")", R"("long_option":"id")"}},
           {"safe cli cli-option-added orders.create --id: - -> string",
-           "breaking cli cli-option-removed orders.create --order: string -> -"}}});
+           "breaking cli cli-option-removed orders.create --order: string -> -"}},
+         {"namespace described anew",
+          {{R"("description":"Orders")", R"("description":"All orders")"}},
+          {"safe cli documentation-changed orders: Orders -> All orders"}}});
 }
 
 // Every object's members and every array's elements in reverse order, indented.
