@@ -443,13 +443,13 @@ class RecordReader {
   // `read` as the wrappers call converters: with the value and the message list.
   template <class Read>
   auto Bind(Read& read) {
-    return [this, &read](const JsonValue& value, Messages&) -> decltype(auto) {
-      if constexpr (std::is_member_function_pointer_v<Read>) {
+    if constexpr (std::is_member_function_pointer_v<Read>) {
+      return [this, &read](const JsonValue& value, Messages&) -> decltype(auto) {
         return (static_cast<Derived*>(this)->*read)(value);
-      } else {
-        return read(value);
-      }
-    };
+      };
+    } else {
+      return [&read](const JsonValue& value, Messages&) -> decltype(auto) { return read(value); };
+    }
   }
 };
 
