@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -67,33 +66,47 @@ bool Eventually(Predicate done, int seconds = 10) {
   return done();
 }
 
-// A process in a group of its own with stdout and stderr in `log`, given the descriptors of
-// `fds` ({its number, ours}) and no others: a pipe's write end left open in it would keep the
-// reader of that pipe waiting. Its group is stopped when this ends.
+// A process in a group of its own, stopped with its group when this ends. Its stdin and stdout
+// are pipes to this object, unless `pipes` is false: then its stdout goes to `log` with its stderr.
+// It gets the descriptors of `fds` ({its number, ours}; ours are closed here) and no others: a
+// pipe's write end left open in it would keep the reader of that pipe waiting.
 class Child {
  public:
-  Child(const std::vector<std::string>& argv, const std::string& log,
-        const std::vector<std::pair<int, int>>& fds = {}) {
+  Child(std::vector<std::string> argv, const std::string& log,
+        std::vector<std::pair<int, int>> fds = {}, bool pipes = true)
+      : log_(log) {
+    int in[2], out[2];
+    if (pipes && (pipe(in) != 0 || pipe(out) != 0)) return;
+    if (pipes) fds.insert(fds.end(), {{0, in[0]}, {1, out[1]}});
     std::vector<char*> args;
-    for (const auto& arg : argv)
-      args.push_back(const_cast<char*>(arg.c_str()));
+    for (auto& arg : argv)
+      args.push_back(arg.data());
     args.push_back(nullptr);
     pid_ = fork();
-    if (pid_ != 0) return;
-    setpgid(0, 0);
-    const int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(logFd, 1);
-    dup2(logFd, 2);
-    for (const auto& [to, from] : fds)
-      dup2(from, to);
-    for (int fd = 3; fd < 1024; ++fd) {
-      if (std::none_of(fds.begin(), fds.end(), [fd](const auto& f) { return f.first == fd; }))
-        close(fd);
+    if (pid_ == 0) {
+      setpgid(0, 0);
+      const int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      dup2(logFd, 1);
+      dup2(logFd, 2);
+      for (const auto& [to, from] : fds)
+        dup2(from, to);
+      for (int fd = 3; fd < 1024; ++fd) {
+        if (std::none_of(fds.begin(), fds.end(), [fd](const auto& f) { return f.first == fd; }))
+          close(fd);
+      }
+      execv(args[0], args.data());
+      _exit(127);
     }
-    execv(args[0], args.data());
-    _exit(127);
+    for (const auto& fd : fds)
+      close(fd.second);
+    if (pipes) {
+      to_ = in[1];
+      from_ = out[0];
+    }
   }
   ~Child() {
+    close(to_);
+    close(from_);
     if (pid_ <= 0) return;
     kill(-pid_, SIGTERM);
     for (int i = 0; i < 50 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i)
@@ -101,11 +114,29 @@ class Child {
     kill(-pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
   }
-  pid_t Pid() const { return pid_; }
+  std::string Log() const { return Slurp(log_); }
 
-  // Sends `signal` (none if 0) and waits for the end: the exit status, -1 unless it exited;
-  // `peakKiB`, when given, is the most memory it held resident.
+  void Send(const std::string& line) {
+    const std::string text = line + "\n";
+    for (std::size_t at = 0; at < text.size();) {
+      const ssize_t written = write(to_, text.data() + at, text.size() - at);
+      if (written <= 0) return;
+      at += static_cast<std::size_t>(written);
+    }
+  }
+
+  // The next line of its stdout, without its newline; false at the end of the output, after
+  // `seconds` without a line, and ever after.
+  bool Read(std::string& line, int seconds = 60) {
+    ended_ = ended_ || !ReadUntil(from_, '\n', pending_, line, seconds);
+    return !ended_;
+  }
+
+  // Ends its input, sends `signal` (none if 0) and waits for the end: the exit status, -1 unless
+  // it exited; `peakKiB`, when given, is the most memory it held resident.
   int Wait(int signal = 0, long* peakKiB = nullptr) {
+    close(to_);
+    to_ = -1;
     if (signal != 0) kill(pid_, signal);
     int status = 0;
     rusage usage{};
@@ -115,8 +146,14 @@ class Child {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
+ protected:
+  const std::string log_;
+
  private:
   pid_t pid_ = -1;
+  int to_ = -1, from_ = -1;
+  std::string pending_;
+  bool ended_ = false;
 };
 
 struct Reply {
@@ -131,30 +168,24 @@ struct Reply {
   }
 };
 
+inline std::vector<std::string> ToolArgs(std::vector<std::string> args) {
+  args.insert(args.begin(), OSTRA_TOOL);
+  return args;
+}
+
 // `ostra-metadata ARGS` serving HTTP, stderr in `log`; its URL is what the first line it prints
 // says: "listening on http://127.0.0.1:PORT".
-class Server {
+class Server : public Child {
  public:
-  Server(std::vector<std::string> args, const std::string& log) : log_(log) {
-    int out[2];
-    if (pipe(out) != 0) return;
-    args.insert(args.begin(), OSTRA_TOOL);
-    child_ = std::make_unique<Child>(args, log, std::vector<std::pair<int, int>>{{1, out[1]}});
-    close(out[1]);
-    out_ = out[0];
-    std::string pending, line;
-    if (ReadUntil(out_, '\n', pending, line, 10) && line.rfind("listening on http://", 0) == 0)
-      url_ = line.substr(13);
-  }
-  ~Server() {
-    child_.reset();
-    if (out_ >= 0) close(out_);
+  Server(std::vector<std::string> args, const std::string& log)
+      : Child(ToolArgs(std::move(args)), log) {
+    std::string line;
+    if (Read(line, 10) && line.rfind("listening on http://", 0) == 0) url_ = line.substr(13);
   }
   const std::string& Url() const { return url_; }
-  std::string Log() const { return Slurp(log_); }
 
   // SIGTERM; the exit status, -1 unless the process exited.
-  int Stop() { return child_->Wait(SIGTERM); }
+  int Stop() { return Wait(SIGTERM); }
 
   // curl with `args` against `path`: the status line's code, headers and body.
   Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
@@ -176,10 +207,7 @@ class Server {
   }
 
  private:
-  std::unique_ptr<Child> child_;
-  int out_ = -1;
   std::string url_;
-  std::string log_;
 };
 
 }  // namespace OstraTest
