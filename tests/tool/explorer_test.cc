@@ -27,18 +27,12 @@ std::string Json(const std::string& text) {
 // texts ended by a NUL byte. Commands go to a page of its own.
 class Browser {
  public:
-  Browser(const std::string& chromium, const std::string& dir) {
-    int to[2], from[2];
-    if (pipe(to) != 0 || pipe(from) != 0) return;
-    child_ = std::make_unique<OstraTest::Child>(
-        std::vector<std::string>{chromium, "--headless", "--no-sandbox", "--disable-gpu",
-                                 "--disable-quic", "--no-first-run",
-                                 "--disable-background-networking", "--disable-component-update",
-                                 "--disable-sync", "--hide-scrollbars", "--remote-debugging-pipe",
-                                 "--user-data-dir=" + dir + "/profile", "about:blank"},
-        dir + "/chromium.log", std::vector<std::pair<int, int>>{{3, to[0]}, {4, from[1]}}, false);
-    in_ = to[1];
-    out_ = from[0];
+  Browser(const std::string& chromium, const std::string& dir)
+      : chromium_({chromium, "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+                   "--no-first-run", "--disable-background-networking",
+                   "--disable-component-update", "--disable-sync", "--hide-scrollbars",
+                   "--remote-debugging-pipe", "--user-data-dir=" + dir + "/profile", "about:blank"},
+                  dir + "/chromium.log", 3, 4) {
     signal(SIGPIPE, SIG_IGN);
     const auto page = Call("Target.createTarget", R"({"url":"about:blank"})", false);
     if (!page.IsObject() || !page.HasMember("targetId")) return;
@@ -48,10 +42,6 @@ class Browser {
     if (attached.IsObject() && attached.HasMember("sessionId"))
       session_ = attached["sessionId"].GetString();
   }
-  ~Browser() {
-    close(in_);
-    close(out_);
-  }
   bool Ready() const { return !session_.empty(); }
 
   // Sends a command (to the page unless `toPage` is false) and answers its result; not an object
@@ -59,19 +49,15 @@ class Browser {
   rapidjson::Document Call(const std::string& method, const std::string& params,
                            bool toPage = true) {
     const int id = ++lastId_;
-    std::string message =
-        "{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" + params;
-    if (toPage) message += ",\"sessionId\":\"" + session_ + "\"";
-    message += std::string("}") + '\0';
+    chromium_.Send("{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" +
+                   params + (toPage ? ",\"sessionId\":\"" + session_ + "\"}" : "}") + '\0');
     rapidjson::Document reply;
-    if (write(in_, message.data(), message.size()) != static_cast<ssize_t>(message.size()))
-      return reply;
-    for (std::string text; OstraTest::ReadUntil(out_, '\0', pending_, text, 20);) {
+    for (std::string text; chromium_.Read(text, 20, '\0');) {
       rapidjson::Document parsed;
       parsed.Parse(text.c_str());
       if (parsed.IsObject() && parsed.HasMember("id") && parsed["id"].GetInt() == id) {
         if (parsed.HasMember("result")) reply.CopyFrom(parsed["result"], reply.GetAllocator());
-        return reply;
+        break;
       }
     }
     return reply;
@@ -118,10 +104,8 @@ class Browser {
   }
 
  private:
-  std::unique_ptr<OstraTest::Child> child_;
-  int in_ = -1, out_ = -1;
+  OstraTest::Child chromium_;
   int lastId_ = 0;
-  std::string pending_;
   std::string session_;
 };
 
@@ -150,7 +134,8 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   metamodel.replace(metamodel.find("Reads one vehicle."), 18, markup);
   Replace(sources / "metamodel.json", metamodel);
 
-  OstraTest::Server server({"--dir", sources, "serve", "--http", "0", "--watch"}, dir / "log");
+  OstraTest::Server server({OSTRA_TOOL, "--dir", sources, "serve", "--http", "0", "--watch"},
+                           dir / "log");
   ASSERT_FALSE(server.Url().empty());
   Browser browser(chromium, dir);
   ASSERT_TRUE(browser.Ready()) << Slurp(dir / "chromium.log");

@@ -40,7 +40,7 @@ class Http : public OstraTest::TempFilesTest {
 };
 
 TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
-  Server server({"--dir", examples_, "serve", "--http", "0"}, Log());
+  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "0"}, Log());
   ASSERT_FALSE(server.Url().empty()) << server.Log();
 
   const std::string get =
@@ -114,7 +114,7 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
 TEST_F(Http, SourceManagementIsRefusedUnlessAllowedAndStaysUnderTheRoot) {
   const std::string cli = examples_ + "/cli.json";
   {
-    Server server({"--cli", cli, "serve", "--http", "127.0.0.1:0"}, Log());
+    Server server({OSTRA_TOOL, "--cli", cli, "serve", "--http", "127.0.0.1:0"}, Log());
     for (const auto& request :
          {Create(cli), Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
           Call("authentication.source", "reload")}) {
@@ -129,8 +129,9 @@ TEST_F(Http, SourceManagementIsRefusedUnlessAllowedAndStaysUnderTheRoot) {
   fs::create_directories(root / "sub");
   fs::copy_file(cli, root / "cli.json");
   fs::create_symlink(cli, root / "link.json");  // a link out of the root
-  Server server(
-      {"serve", "--http", "0", "--allow-source-management", "--source-root", root.string()}, Log());
+  Server server({OSTRA_TOOL, "serve", "--http", "0", "--allow-source-management", "--source-root",
+                 root.string()},
+                Log());
   const std::string outside = Refused("source file is not a regular file under the source root");
   for (const char* path :
        {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""}) {
@@ -150,7 +151,7 @@ TEST_F(Http, SourceManagementIsRefusedUnlessAllowedAndStaysUnderTheRoot) {
 TEST_F(Http, WatchedFileChangesShowInTheETag) {
   const std::string text = OstraTest::ExampleText("cli.json");
   const std::string file = Write("cli", text);
-  Server server({"--cli", "fleet=" + file, "serve", "--http", "0", "--watch"}, Log());
+  Server server({OSTRA_TOOL, "--cli", "fleet=" + file, "serve", "--http", "0", "--watch"}, Log());
   const auto etag = [&server] { return server.Curl("/v1/metadata").Header("ETag"); };
   const auto changed = [&](const std::string& old) {
     return OstraTest::Eventually([&] { return etag() != old; });
@@ -176,7 +177,7 @@ TEST_F(Http, WatchedFileChangesShowInTheETag) {
 }
 
 TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
-  Server server({"--dir", examples_, "serve", "--http", "0", "--threads", "2"}, Log());
+  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "0", "--threads", "2"}, Log());
   // Headers beyond 64 KiB.
   EXPECT_EQ(server.Curl("/v1/metadata", {"-H", "X: " + std::string(70000, 'a')}).status, 400);
 

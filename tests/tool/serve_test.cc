@@ -61,7 +61,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   const auto add = [&session](const std::string& request, const std::string& expected,
                               bool contains = false) {
     rapidjson::Document json;
-    session.Send(request);
+    session.Send(request + "\n");
     if (expected.empty()) return json;
     SCOPED_TRACE(request.substr(0, 200));
     std::string reply;

@@ -35,28 +35,6 @@ inline std::string Quote(const std::string& arg) {
   return quoted + "'";
 }
 
-// Reads `fd` into `pending` until it holds `end`, then moves what comes before `end` to `text`;
-// false when `fd` ends or `seconds` pass first.
-inline bool ReadUntil(int fd, char end, std::string& pending, std::string& text, int seconds) {
-  using Clock = std::chrono::steady_clock;
-  const auto until = Clock::now() + std::chrono::seconds(seconds);
-  std::size_t at = pending.find(end);
-  while (at == std::string::npos) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-    pollfd ready{fd, POLLIN, 0};
-    char block[65536];
-    if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
-    const ssize_t got = read(fd, block, sizeof block);
-    if (got <= 0) return false;
-    pending.append(block, static_cast<std::size_t>(got));
-    at = pending.find(end, pending.size() - static_cast<std::size_t>(got));
-  }
-  text = pending.substr(0, at);
-  pending.erase(0, at + 1);
-  return true;
-}
-
 // Whether `done` comes true within `seconds`, asked every 50 ms.
 template <class Predicate>
 bool Eventually(Predicate done, int seconds = 10) {
@@ -66,18 +44,16 @@ bool Eventually(Predicate done, int seconds = 10) {
   return done();
 }
 
-// A process in a group of its own, stopped with its group when this ends. Its stdin and stdout
-// are pipes to this object, unless `pipes` is false: then its stdout goes to `log` with its stderr.
-// It gets the descriptors of `fds` ({its number, ours}; ours are closed here) and no others: a
-// pipe's write end left open in it would keep the reader of that pipe waiting.
+// A process in a group of its own, stopped with its group when this ends. Its descriptors `in`
+// and `out` (stdin and stdout by default) are pipes to this object; stderr, and stdout when it is
+// not a pipe, go to `log`. It inherits no other descriptor: a pipe's write end left open in it
+// would keep the reader of that pipe waiting.
 class Child {
  public:
-  Child(std::vector<std::string> argv, const std::string& log,
-        std::vector<std::pair<int, int>> fds = {}, bool pipes = true)
+  Child(std::vector<std::string> argv, const std::string& log, int in = 0, int out = 1)
       : log_(log) {
-    int in[2], out[2];
-    if (pipes && (pipe(in) != 0 || pipe(out) != 0)) return;
-    if (pipes) fds.insert(fds.end(), {{0, in[0]}, {1, out[1]}});
+    int to[2], from[2];
+    if (pipe(to) != 0 || pipe(from) != 0) return;
     std::vector<char*> args;
     for (auto& arg : argv)
       args.push_back(arg.data());
@@ -88,21 +64,20 @@ class Child {
       const int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
       dup2(logFd, 1);
       dup2(logFd, 2);
-      for (const auto& [to, from] : fds)
-        dup2(from, to);
+      dup2(to[0], 100);  // out of the way of `in` and `out`
+      dup2(from[1], 101);
+      dup2(100, in);
+      dup2(101, out);
       for (int fd = 3; fd < 1024; ++fd) {
-        if (std::none_of(fds.begin(), fds.end(), [fd](const auto& f) { return f.first == fd; }))
-          close(fd);
+        if (fd != in && fd != out) close(fd);
       }
       execv(args[0], args.data());
       _exit(127);
     }
-    for (const auto& fd : fds)
-      close(fd.second);
-    if (pipes) {
-      to_ = in[1];
-      from_ = out[0];
-    }
+    close(to[0]);
+    close(from[1]);
+    to_ = to[1];
+    from_ = from[0];
   }
   ~Child() {
     close(to_);
@@ -116,8 +91,8 @@ class Child {
   }
   std::string Log() const { return Slurp(log_); }
 
-  void Send(const std::string& line) {
-    const std::string text = line + "\n";
+  // Writes `text` whole to its `in`.
+  void Send(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
       const ssize_t written = write(to_, text.data() + at, text.size() - at);
       if (written <= 0) return;
@@ -125,11 +100,27 @@ class Child {
     }
   }
 
-  // The next line of its stdout, without its newline; false at the end of the output, after
-  // `seconds` without a line, and ever after.
-  bool Read(std::string& line, int seconds = 60) {
-    ended_ = ended_ || !ReadUntil(from_, '\n', pending_, line, seconds);
-    return !ended_;
+  // What its `out` writes up to the next `end`, which is dropped; false at the end of the output,
+  // after `seconds` without an `end`, and ever after.
+  bool Read(std::string& text, int seconds = 60, char end = '\n') {
+    using Clock = std::chrono::steady_clock;
+    const auto until = Clock::now() + std::chrono::seconds(seconds);
+    for (std::size_t at; !ended_ && (at = pending_.find(end)) == std::string::npos;) {
+      const auto left =
+          std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
+      pollfd ready{from_, POLLIN, 0};
+      char block[65536];
+      const ssize_t got = left > 0 && poll(&ready, 1, static_cast<int>(left)) > 0
+                              ? read(from_, block, sizeof block)
+                              : 0;
+      ended_ = got <= 0;
+      pending_.append(block, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    }
+    if (ended_) return false;
+    const std::size_t at = pending_.find(end);
+    text = pending_.substr(0, at);
+    pending_.erase(0, at + 1);
+    return true;
   }
 
   // Ends its input, sends `signal` (none if 0) and waits for the end: the exit status, -1 unless
@@ -168,17 +159,11 @@ struct Reply {
   }
 };
 
-inline std::vector<std::string> ToolArgs(std::vector<std::string> args) {
-  args.insert(args.begin(), OSTRA_TOOL);
-  return args;
-}
-
-// `ostra-metadata ARGS` serving HTTP, stderr in `log`; its URL is what the first line it prints
-// says: "listening on http://127.0.0.1:PORT".
+// `ostra-metadata` serving HTTP as `argv` tells, stderr in `log`; its URL is what the first line
+// it prints says: "listening on http://127.0.0.1:PORT".
 class Server : public Child {
  public:
-  Server(std::vector<std::string> args, const std::string& log)
-      : Child(ToolArgs(std::move(args)), log) {
+  Server(const std::vector<std::string>& argv, const std::string& log) : Child(argv, log) {
     std::string line;
     if (Read(line, 10) && line.rfind("listening on http://", 0) == 0) url_ = line.substr(13);
   }
