@@ -40,7 +40,7 @@ class Http : public OstraTest::TempFilesTest {
 };
 
 TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
-  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "0"}, Log());
+  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "127.0.0.1:0"}, Log());
   ASSERT_FALSE(server.Url().empty()) << server.Log();
 
   const std::string get =
@@ -93,6 +93,15 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
     EXPECT_TRUE(reply.body == (condition.status == 304 ? "" : model.body));
   }
 
+  // Source management is refused unless allowed; reading the sources is not.
+  for (const auto& request : {Create(examples_ + "/cli.json"),
+                              Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
+                              Call("authentication.source", "reload")}) {
+    EXPECT_EQ(server.Rpc(request).body, Refused("source management is disabled")) << request;
+  }
+  EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
+            R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
+
   // The explorer's files: the page's policy, and bodies sent as they are whatever encodings the
   // client accepts (cpp-httplib would compress them anew on every request).
   const Reply page = server.Curl("/");
@@ -111,19 +120,8 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   EXPECT_EQ(server.Stop(), 0);
 }
 
-TEST_F(Http, SourceManagementIsRefusedUnlessAllowedAndStaysUnderTheRoot) {
+TEST_F(Http, SourceManagementStaysUnderTheRootWhenAllowed) {
   const std::string cli = examples_ + "/cli.json";
-  {
-    Server server({OSTRA_TOOL, "--cli", cli, "serve", "--http", "127.0.0.1:0"}, Log());
-    for (const auto& request :
-         {Create(cli), Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
-          Call("authentication.source", "reload")}) {
-      EXPECT_EQ(server.Rpc(request).body, Refused("source management is disabled")) << request;
-    }
-    EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
-              R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
-  }
-
   const fs::path root = fs::path(testing::TempDir()) / "Http.root";
   fs::remove_all(root);
   fs::create_directories(root / "sub");
