@@ -146,26 +146,27 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
 
   // Every kind of name is drawn; the type of a field, the schemes and Cli commands of an
   // operation, the title; no markup from the model.
-  const std::string plan = "$('operation:com.larkspur.fleet.routes.planner/plan')";
-  const std::string $ = "const $ = (id) => document.getElementById(id); return ";
-  EXPECT_EQ(browser.Eval("{" + $ + R"([[
+  browser.Eval("(window.byId = (id) => document.getElementById(id), 0)");
+  EXPECT_EQ(browser.Eval(R"([
       'component:com.larkspur.fleet', 'package:com.larkspur.fleet.routes',
       'service:com.larkspur.fleet.routes.planner', 'operation:com.larkspur.fleet.routes.planner/plan',
       'param:com.larkspur.fleet.routes.planner/plan/stops', 'type:com.larkspur.fleet.routes.StopKind',
       'value:com.larkspur.fleet.routes.StopKind/PICKUP', 'namespace:fleet.routes',
       'command:fleet.routes.plan', 'option:fleet.vehicles.list/depot', 'resource:com.larkspur.fleet.Route',
-      'scheme:com.larkspur.security.session_token', 'source:cli/cli'].filter((id) => !$(id)),
-      $('field:com.larkspur.fleet.routes.Route/legs_km').querySelector('.type').textContent, )" +
-                         plan + ".querySelector('.auth').textContent, [..." + plan +
-                         ".querySelectorAll('a[href^=\"#command:\"]')].map((a) => "
-                         "a.textContent), document.title, "
-                         "document.querySelectorAll('main img, main script').length, "
-                         "[...document.querySelectorAll('.doc')].some((p) => p.textContent "
-                         "=== " +
-                         Json(markup) + ")]}"),
-            R"([[],"map<string, optional<double>>","com.larkspur.security.session_token )"
-            R"(session-aware session manager com.larkspur.security.session",)"
-            R"(["fleet routes plan"],"com.larkspur.fleet · explorer",0,true])");
+      'scheme:com.larkspur.security.session_token', 'source:cli/cli'].filter((id) => !byId(id)))"),
+            "[]");
+  const std::string plan = "byId('operation:com.larkspur.fleet.routes.planner/plan')";
+  EXPECT_EQ(
+      browser.Eval("[byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector("
+                   "'.type').textContent, " +
+                   plan + ".querySelector('.auth').textContent, [..." + plan +
+                   ".querySelectorAll('a[href^=\"#command:\"]')].map((a) => a.textContent), "
+                   "document.title, document.querySelectorAll('main img, main script').length, "
+                   "[...document.querySelectorAll('.doc')].some((p) => p.textContent === " +
+                   Json(markup) + ")]"),
+      R"(["map<string, optional<double>>","com.larkspur.security.session_token session-aware )"
+      R"(session manager com.larkspur.security.session",["fleet routes plan"],)"
+      R"("com.larkspur.fleet · explorer",0,true])");
   EXPECT_TRUE(browser.Screenshot(1280, OSTRA_ARTIFACT_DIR "/explorer-desktop.png"));
 
   // "/" reaches the filter; typing keeps what matches, what holds it and what it holds.
@@ -175,7 +176,7 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       "[...document.querySelectorAll('details.operation, details.command, details.service')]"
       ".filter((d) => !d.closest('[hidden]')).map((d) => d.id)";
   EXPECT_TRUE(browser.WaitFor(shown + ".length === 3", 5)) << browser.Eval(shown);
-  EXPECT_EQ(browser.Eval("[" + shown + ", document.getElementById('matches').textContent]"),
+  EXPECT_EQ(browser.Eval("[" + shown + ", byId('matches').textContent]"),
             R"([["service:com.larkspur.fleet.vehicles.registry",)"
             R"("operation:com.larkspur.fleet.vehicles.registry/retire",)"
             R"("command:fleet.vehicles.retire"],"3 names match"])");
@@ -191,7 +192,7 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
 
   // A permalink opens what holds its element and scrolls it into view.
   browser.Eval("location.hash = '#type:com.larkspur.fleet.routes.Stop'");
-  const std::string stop = "document.getElementById('type:com.larkspur.fleet.routes.Stop')";
+  const std::string stop = "byId('type:com.larkspur.fleet.routes.Stop')";
   EXPECT_TRUE(browser.WaitFor(stop + ".open && " + stop +
                                   ".parentElement.closest('details').open && " + stop +
                                   ".getBoundingClientRect().top >= 0 && " + stop +
@@ -204,12 +205,10 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       "description": "Reorder the stops.", "node_metadata": {"service_id":
       "com.larkspur.fleet.routes.planner", "operation_id": "plan"}},)");
   Replace(sources / "cli.json", cli);
-  EXPECT_TRUE(browser.WaitFor("!!document.getElementById('command:fleet.routes.optimise')", 15))
-      << server.Log();
-  EXPECT_EQ(browser.Eval("[" + stop +
-                         ".open, document.getElementById('status').textContent.startsWith("
-                         "'Updated at')]"),
-            "[true,true]");
+  EXPECT_TRUE(browser.WaitFor("!!byId('command:fleet.routes.optimise')", 15)) << server.Log();
+  EXPECT_EQ(
+      browser.Eval("[" + stop + ".open, byId('status').textContent.startsWith('Updated at')]"),
+      "[true,true]");
 
   // At 400 px nothing is wider than the screen.
   EXPECT_TRUE(browser.Screenshot(400, OSTRA_ARTIFACT_DIR "/explorer-400px.png"));

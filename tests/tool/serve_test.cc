@@ -57,9 +57,8 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   OstraTest::Child session({OSTRA_TOOL, "--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"},
                            Write("log", ""));
   // Sends `request`. Unless it is a notification (`expected` empty), its reply is UTF-8 JSON that
-  // starts with `expected`, or contains it when `contains` is set.
-  const auto add = [&session](const std::string& request, const std::string& expected,
-                              bool contains = false) {
+  // starts with `expected`.
+  const auto add = [&session](const std::string& request, const std::string& expected) {
     rapidjson::Document json;
     session.Send(request + "\n");
     if (expected.empty()) return json;
@@ -68,11 +67,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
     EXPECT_TRUE(session.Read(reply)) << "no reply; the server ended";
     json.Parse<rapidjson::kParseValidateEncodingFlag>(reply.data(), reply.size());
     EXPECT_FALSE(json.HasParseError()) << "not UTF-8 JSON: " << reply.substr(0, 200);
-    if (contains) {
-      EXPECT_NE(reply.find(expected), std::string::npos) << reply.substr(0, 300);
-    } else {
-      EXPECT_EQ(reply.substr(0, expected.size()), expected) << reply.substr(0, 300);
-    }
+    EXPECT_EQ(reply.substr(0, expected.size()), expected) << reply.substr(0, 300);
     return json;
   };
 
@@ -125,9 +120,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
                 R"(Invalid params: params need an \"operation\" text and an optional )"
                 R"(\"input\" object)"));
   }
-  add(Call("15", "cli.source", "frobnicate"),
-      Failure("15", -32000,
-              "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source"));
 
   // Input that is not UTF-8, and garbage.
   const std::string parseError = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":)"
@@ -165,18 +157,18 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   add(Call("22", "cli.source", "get", R"({"source_id":")" + std::string(2 << 20, 's') + "\"}"),
       Failure("null", -32600, "Invalid Request: a string longer than 1 MiB"));
   add(Call("23", "cli.source", "get", R"({"source_id":")" + Repeat("\\u0001", 1000000) + "\"}"),
-      R"("id":23,"error":{"code":-32000,"message":"Cli source not found: \u0001\u0001)", true);
+      R"({"jsonrpc":"2.0","id":23,"error":{"code":-32000,"message":)"
+      R"("Cli source not found: \u0001\u0001)");
   const std::string get =
       Call("24", "metamodel.component", "get", R"({"component_id":"com.larkspur.fleet"})");
-  const auto batch = add("[" + get + Repeat("," + get, 599) + "]",
-                         Failure("24", -32001,
-                                 "Server error: the replies of this batch exceed 16 MiB; the "
-                                 "request was not run") +
-                             "}}]",
-                         true);
+  const auto batch =
+      add("[" + get + Repeat("," + get, 599) + "]",
+          R"([{"jsonrpc":"2.0","id":24,"result":{"info":{"name":"com.larkspur.fleet")");
   ASSERT_TRUE(batch.IsArray());
   EXPECT_EQ(batch.Size(), 600u);
-  EXPECT_EQ(batch[0]["result"]["info"]["name"], "com.larkspur.fleet");
+  EXPECT_EQ(batch[599]["error"]["code"], -32001);
+  EXPECT_EQ(batch[599]["error"]["message"],
+            "Server error: the replies of this batch exceed 16 MiB; the request was not run");
 
   add(Call(R"("last")", "cli.namespace", "get", R"({"identity":{"path":"","name":"fleet"}})"),
       R"({"jsonrpc":"2.0","id":"last","result":{"identity":{"path":"","name":"fleet"},)");
