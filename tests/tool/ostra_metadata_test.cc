@@ -102,6 +102,9 @@ TEST_F(ToolTest, CallsAnswerJsonOrTheErrorWithItsMessages) {
   EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.out, "");
   EXPECT_NE(run.err.find("ostra.metada.cli.source.exists"), std::string::npos) << run.err;
+  run = Tool({"-m", "/no/such/file.json"});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_NE(run.err.find("Metamodel source file not found: /no/such/file.json"), std::string::npos);
 }
 
 // One document each: the finding as check prints it, line and column counted by hand (a tab and
@@ -324,19 +327,21 @@ TEST_F(ToolTest, DiffExitStatusFollowsTheWorstChange) {
                                 {{"\n", ""}, {"OLD", Crc(Crc(cli))}, {"NEW", Crc(Crc(moved))}}) +
                          "\n");
 
-  // Directories; a change that breaks clients fails the diff unless --fail-on none. A value is
-  // quoted on its line when it holds a control character.
+  // Directories; a change that breaks clients fails the diff unless --fail-on none.
   EXPECT_EQ(Tool({"diff", examples_, examples_}).out, "no changes\n");
-  const std::string root = Write(
-      "root", R"({"cli":[{"type":"namespace","path":"","name":"fleet","description":"a\tb"}]})");
-  run = Tool({"diff", old, root});
+  const std::string metamodel = examples_ + "/metamodel.json";
+  run = Tool({"diff", metamodel, examples_});  // the Authentication and Cli documents added
   EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out.substr(run.out.rfind("26 changes")),
+            "26 changes: 14 breaking, 0 dangerous, 12 safe\n");
+  EXPECT_EQ(Tool({"diff", "--fail-on", "none", metamodel, examples_}).status, 0);
+  // A value is quoted on its line when it holds a control character.
+  run = Tool({"diff", old,
+              Write("root", R"({"cli":[{"type":"namespace","path":"","name":"fleet",)"
+                            R"("description":"a\tb"}]})")});
   EXPECT_EQ(run.out.substr(0, run.out.find('\n')),
             "safe      cli             documentation-changed  fleet  Larkspur Fleet: vehicles, "
             "routes and telemetry of a delivery fleet. -> \"a\\tb\"");
-  EXPECT_EQ(run.out.substr(run.out.rfind("13 changes")),
-            "13 changes: 12 breaking, 0 dangerous, 1 safe\n");
-  EXPECT_EQ(Tool({"diff", "--fail-on", "none", old, root}).status, 0);
 
   // Either side failing to load.
   run = Tool({"diff", old, Write("bad", R"({"cli":{}})")});

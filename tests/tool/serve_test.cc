@@ -47,13 +47,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   const std::string fifo = Write("fifo", "") + ".fifo";
   unlink(fifo.c_str());
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  // A component whose name holds a byte that is not UTF-8 and a lone low surrogate.
-  const std::string shown = "bad" + kBad + kBad + kBad + kBad;
-  const std::string document = Write("metamodel", R"({"metamodel":{"component":{"name":")"
-                                                  "bad\xFF\\udc00"
-                                                  R"(","documentation":"","metadata":{},)"
-                                                  R"("packages":[]}}})");
-
   OstraTest::Child session({OSTRA_TOOL, "--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"},
                            Write("log", ""));
   // Sends `request`. Unless it is a notification (`expected` empty), its reply is UTF-8 JSON that
@@ -75,23 +68,41 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   // has no message.
   add(Call("1", "metamodel.component", "get", R"({"component_id":"zz"})"),
       Failure("1", -32000, "Metamodel component not found: zz") + R"(,"data":{"kind":"NOT_FOUND")");
+  add(Call("1", "cli.source", "frobnicate"),
+      Failure("1", -32000,
+              "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source"));
   add(Create("2", "cli", R"({"description":"d","type":"REMOTE","filepath":""})"),
       Failure("2", -32000, "UNSUPPORTED"));
+  for (const std::string input : {R"({"source_id":"x"})", R"({"source_id":"x","spec":null})"})
+    add(Call("3", "cli.source", "create", input), Failure("3", -32000, "Missing input: spec"));
   add(Create("3", "cli", R"({"type":"FILE"})"),
       Failure("3", -32000, "Input of the wrong type: spec"));
-  // A created source is a regular file, not a pipe, a device or a directory, in every domain.
-  const std::string files[][3] = {{"metamodel", "Metamodel", fifo},
-                                  {"authentication", "Authentication", "/dev/zero"},
-                                  {"cli", "Cli", testing::TempDir()}};
-  for (const auto& [domain, name, path] : files) {
+  // In each domain: a created source must be a regular file (not a pipe, a device or a
+  // directory); an unknown source; and a notification, run without a reply: the list shows the
+  // name of the document it loads, with U+FFFD for each byte that is not UTF-8 (and for each of
+  // the lone surrogate's three).
+  const std::string name = "bad\xFF\\udc00", shown = "bad" + kBad + kBad + kBad + kBad;
+  const std::string domains[][6] = {
+      {"metamodel", "Metamodel", fifo,
+       R"({"metamodel":{"component":{"name":")" + name +
+           R"(","documentation":"","metadata":{},"packages":[]}}})",
+       "metamodel.component", "[\"" + shown + R"(","com.larkspur.fleet"])"},
+      {"authentication", "Authentication", "/dev/zero",
+       R"({"authentication":{"component":{"name":")" + name + R"("}}})", "authentication.component",
+       R"(["com.larkspur.fleet","com.larkspur.fleet.product",")" + shown + "\"]"},
+      {"cli", "Cli", testing::TempDir(),
+       R"({"cli":[{"type":"namespace","path":"","name":")" + name + R"(","description":"d"}]})",
+       "cli.namespace", R"([{"path":"","name":""},{"path":"","name":")" + shown + "\"}"}};
+  for (const auto& [domain, title, path, document, listed, list] : domains) {
     add(Create("4", domain, FileSpec(path)),
-        Failure("4", -32000, name + " source file not found: " + path));
+        Failure("4", -32000, title + " source file not found: " + path));
+    add(Call("5", domain + ".source", "get", R"({"source_id":"zz"})"),
+        Failure("5", -32000, title + " source not found: zz"));
+    add(R"({"jsonrpc":"2.0","method":")" + domain + R"(.source","params":{"operation":"create",)" +
+            R"("input":{"source_id":"bad","spec":)" + FileSpec(Write(domain, document)) + "}}}",
+        "");
+    add(Call("6", listed, "list"), R"({"jsonrpc":"2.0","id":6,"result":)" + list);
   }
-  // A notification is run, without a reply: its source shows in a list below (id 20).
-  add(R"({"jsonrpc":"2.0","method":"metamodel.source","params":{"operation":"create",)"
-      R"("input":{"source_id":"bad","spec":)" +
-          FileSpec(document) + "}}}",
-      "");
 
   // Ids: strings, numbers exactly as written, null; anything else is refused.
   const std::string badId = "Invalid Request: an id is a string, a number or null";
