@@ -50,9 +50,11 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   OstraTest::Child session({OSTRA_TOOL, "--dir", OSTRA_EXAMPLES_DIR, "serve", "--stdio"},
                            Write("log", ""));
   // Sends `request`. Unless it is a notification (`expected` empty), its reply is UTF-8 JSON that
-  // starts with `expected`.
+  // starts with `expected`. After a failure the session stops: a server out of step may block on
+  // a reply not read while a large request waits for it.
   const auto add = [&session](const std::string& request, const std::string& expected) {
     rapidjson::Document json;
+    if (HasFailure()) return json;
     session.Send(request + "\n");
     if (expected.empty()) return json;
     SCOPED_TRACE(request.substr(0, 200));
@@ -183,6 +185,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
 
   add(Call(R"("last")", "cli.namespace", "get", R"({"identity":{"path":"","name":"fleet"}})"),
       R"({"jsonrpc":"2.0","id":"last","result":{"identity":{"path":"","name":"fleet"},)");
+  if (HasFailure()) return;
   long peakKiB = 0;
   EXPECT_EQ(session.Wait(0, &peakKiB), 0);
 #if !defined(__SANITIZE_ADDRESS__)  // AddressSanitizer's shadow memory and quarantine count too
