@@ -27,21 +27,12 @@ std::string Json(const std::string& text) {
 // texts ended by a NUL byte. Commands go to a page of its own.
 class Browser {
  public:
-  Browser(const std::string& chromium, const std::string& dir) {
-    int toBrowser[2], fromBrowser[2];
-    if (pipe(toBrowser) != 0 || pipe(fromBrowser) != 0) return;
-    child_ = std::make_unique<OstraTest::Child>(
-        std::vector<std::string>{chromium, "--headless", "--no-sandbox", "--disable-gpu",
-                                 "--disable-quic", "--no-first-run",
-                                 "--disable-background-networking", "--disable-component-update",
-                                 "--disable-sync", "--hide-scrollbars", "--remote-debugging-pipe",
-                                 "--user-data-dir=" + dir + "/profile", "about:blank"},
-        dir + "/chromium.log",
-        std::vector<std::pair<int, int>>{{3, toBrowser[0]}, {4, fromBrowser[1]}});
-    close(toBrowser[0]);
-    close(fromBrowser[1]);
-    in_ = toBrowser[1];
-    out_ = fromBrowser[0];
+  Browser(const std::string& chromium, const std::string& dir)
+      : chromium_({chromium, "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+                   "--no-first-run", "--disable-background-networking",
+                   "--disable-component-update", "--disable-sync", "--hide-scrollbars",
+                   "--remote-debugging-pipe", "--user-data-dir=" + dir + "/profile", "about:blank"},
+                  dir + "/chromium.log", 3, 4) {
     signal(SIGPIPE, SIG_IGN);
     const auto page = Call("Target.createTarget", R"({"url":"about:blank"})", false);
     if (!page.IsObject() || !page.HasMember("targetId")) return;
@@ -51,10 +42,6 @@ class Browser {
     if (attached.IsObject() && attached.HasMember("sessionId"))
       session_ = attached["sessionId"].GetString();
   }
-  ~Browser() {
-    if (in_ >= 0) close(in_);
-    if (out_ >= 0) close(out_);
-  }
   bool Ready() const { return !session_.empty(); }
 
   // Sends a command (to the page unless `toPage` is false) and answers its result; not an object
@@ -62,19 +49,15 @@ class Browser {
   rapidjson::Document Call(const std::string& method, const std::string& params,
                            bool toPage = true) {
     const int id = ++lastId_;
-    std::string message =
-        "{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" + params;
-    if (toPage) message += ",\"sessionId\":\"" + session_ + "\"";
-    message += std::string("}") + '\0';
+    chromium_.Send("{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" +
+                   params + (toPage ? ",\"sessionId\":\"" + session_ + "\"}" : "}") + '\0');
     rapidjson::Document reply;
-    if (write(in_, message.data(), message.size()) != static_cast<ssize_t>(message.size()))
-      return reply;
-    for (std::string text; OstraTest::ReadUntil(out_, '\0', pending_, text, 20);) {
+    for (std::string text; chromium_.Read(text, 20, '\0');) {
       rapidjson::Document parsed;
       parsed.Parse(text.c_str());
       if (parsed.IsObject() && parsed.HasMember("id") && parsed["id"].GetInt() == id) {
         if (parsed.HasMember("result")) reply.CopyFrom(parsed["result"], reply.GetAllocator());
-        return reply;
+        break;
       }
     }
     return reply;
@@ -96,18 +79,22 @@ class Browser {
     return OstraTest::Eventually([&] { return Eval(expression) == "true"; }, seconds);
   }
 
-  void Key(const std::string& key) {
-    const std::string code = key == "/" ? "Slash" : key.size() == 1 ? "Key" + key : key;
+  // Presses `key` and answers the expression `then` after it.
+  std::string Key(const std::string& key, const std::string& then = "0") {
+    const std::string code = key == "/" ? "Slash" : key;
     for (const char* type : {"keyDown", "keyUp"}) {
       Call("Input.dispatchKeyEvent", std::string("{\"type\":\"") + type +
                                          "\",\"key\":" + Json(key) + ",\"code\":" + Json(code) +
                                          (key.size() == 1 ? ",\"text\":" + Json(key) : "") + "}");
     }
+    return Eval(then);
   }
-  void Type(const std::string& text) { Call("Input.insertText", "{\"text\":" + Json(text) + "}"); }
 
-  // A PNG of the page at `path`, decoded by coreutils' base64.
-  bool Screenshot(const std::string& path) {
+  // A PNG of the page at `path`, at `width` pixels wide, decoded by coreutils' base64.
+  bool Screenshot(int width, const std::string& path) {
+    Call("Emulation.setDeviceMetricsOverride",
+         "{\"width\":" + std::to_string(width) +
+             R"(,"height":900,"deviceScaleFactor":1,"mobile":false})");
     const auto shot = Call("Page.captureScreenshot", R"({"format":"png"})");
     if (!shot.IsObject() || !shot.HasMember("data")) return false;
     std::ofstream(path + ".base64") << shot["data"].GetString();
@@ -117,10 +104,8 @@ class Browser {
   }
 
  private:
-  std::unique_ptr<OstraTest::Child> child_;
-  int in_ = -1, out_ = -1;
+  OstraTest::Child chromium_;
   int lastId_ = 0;
-  std::string pending_;
   std::string session_;
 };
 
@@ -138,47 +123,42 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
     GTEST_SKIP() << "chromium is not installed (scripts/install-deps chromium)";
 
   // The examples, one documentation text holding markup.
-  const fs::path dir = fs::path(testing::TempDir()) / "explorer-test";
+  const fs::path dir = fs::path(testing::TempDir()) / "explorer-test", sources = dir / "sources";
   fs::remove_all(dir);
-  fs::create_directories(dir / "sources");
+  fs::create_directories(sources);
   for (const char* name : {"metamodel.json", "authentication.json", "cli.json"})
-    fs::copy_file(fs::path(OSTRA_EXAMPLES_DIR) / name, dir / "sources" / name);
+    fs::copy_file(fs::path(OSTRA_EXAMPLES_DIR) / name, sources / name);
   const std::string markup =
       "<img src=x onerror=document.title=1><script>document.title=2</script>";
-  std::string metamodel = Slurp((dir / "sources/metamodel.json").string());
+  std::string metamodel = Slurp(sources / "metamodel.json");
   metamodel.replace(metamodel.find("Reads one vehicle."), 18, markup);
-  Replace(dir / "sources/metamodel.json", metamodel);
+  Replace(sources / "metamodel.json", metamodel);
 
-  OstraTest::Server server({"--dir", (dir / "sources").string(), "serve", "--http", "0", "--watch"},
-                           (dir / "server.log").string());
+  OstraTest::Server server({OSTRA_TOOL, "--dir", sources, "serve", "--http", "0", "--watch"},
+                           dir / "log");
   ASSERT_FALSE(server.Url().empty());
-
-  Browser browser(chromium, dir.string());
-  ASSERT_TRUE(browser.Ready()) << Slurp((dir / "chromium.log").string());
-  browser.Call("Emulation.setDeviceMetricsOverride",
-               R"({"width":1280,"height":900,"deviceScaleFactor":1,"mobile":false})");
+  Browser browser(chromium, dir);
+  ASSERT_TRUE(browser.Ready()) << Slurp(dir / "chromium.log");
   browser.Call("Page.navigate", "{\"url\":" + Json(server.Url() + "/") + "}");
   ASSERT_TRUE(
       browser.WaitFor("document.getElementById('main').getAttribute('aria-busy') === 'false'", 20))
       << browser.Eval("document.getElementById('status').textContent");
 
-  // Every kind of name is drawn.
+  // Every kind of name is drawn; the type of a field, the schemes and Cli commands of an
+  // operation, the title; no markup from the model.
+  browser.Eval("(window.byId = (id) => document.getElementById(id), 0)");
   EXPECT_EQ(browser.Eval(R"([
       'component:com.larkspur.fleet', 'package:com.larkspur.fleet.routes',
       'service:com.larkspur.fleet.routes.planner', 'operation:com.larkspur.fleet.routes.planner/plan',
       'param:com.larkspur.fleet.routes.planner/plan/stops', 'type:com.larkspur.fleet.routes.StopKind',
       'value:com.larkspur.fleet.routes.StopKind/PICKUP', 'namespace:fleet.routes',
       'command:fleet.routes.plan', 'option:fleet.vehicles.list/depot', 'resource:com.larkspur.fleet.Route',
-      'scheme:com.larkspur.security.session_token',
-      'source:cli/cli'].filter((id) => !document.getElementById(id)))"),
+      'scheme:com.larkspur.security.session_token', 'source:cli/cli'].filter((id) => !byId(id)))"),
             "[]");
-  // The type of a field, the schemes and Cli commands of an operation, the title, and no markup
-  // from the model.
-  const std::string plan =
-      "document.getElementById('operation:com.larkspur.fleet.routes.planner/plan')";
+  const std::string plan = "byId('operation:com.larkspur.fleet.routes.planner/plan')";
   EXPECT_EQ(
-      browser.Eval("[document.getElementById('field:com.larkspur.fleet.routes.Route/legs_km')"
-                   ".querySelector('.type').textContent, " +
+      browser.Eval("[byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector("
+                   "'.type').textContent, " +
                    plan + ".querySelector('.auth').textContent, [..." + plan +
                    ".querySelectorAll('a[href^=\"#command:\"]')].map((a) => a.textContent), "
                    "document.title, document.querySelectorAll('main img, main script').length, "
@@ -187,60 +167,52 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       R"(["map<string, optional<double>>","com.larkspur.security.session_token session-aware )"
       R"(session manager com.larkspur.security.session",["fleet routes plan"],)"
       R"("com.larkspur.fleet · explorer",0,true])");
-  EXPECT_TRUE(browser.Screenshot(OSTRA_ARTIFACT_DIR "/explorer-desktop.png"));
+  EXPECT_TRUE(browser.Screenshot(1280, OSTRA_ARTIFACT_DIR "/explorer-desktop.png"));
 
   // "/" reaches the filter; typing keeps what matches, what holds it and what it holds.
-  browser.Key("/");
-  EXPECT_EQ(browser.Eval("document.activeElement.id"), "\"filter\"");
-  browser.Type("retire");
+  EXPECT_EQ(browser.Key("/", "document.activeElement.id"), "\"filter\"");
+  browser.Call("Input.insertText", R"({"text":"retire"})");
   const std::string shown =
       "[...document.querySelectorAll('details.operation, details.command, details.service')]"
       ".filter((d) => !d.closest('[hidden]')).map((d) => d.id)";
   EXPECT_TRUE(browser.WaitFor(shown + ".length === 3", 5)) << browser.Eval(shown);
-  EXPECT_EQ(
-      browser.Eval(shown),
-      R"(["service:com.larkspur.fleet.vehicles.registry","operation:com.larkspur.fleet.vehicles.registry/retire","command:fleet.vehicles.retire"])");
-  EXPECT_EQ(browser.Eval("document.getElementById('matches').textContent"), "\"3 names match\"");
+  EXPECT_EQ(browser.Eval("[" + shown + ", byId('matches').textContent]"),
+            R"([["service:com.larkspur.fleet.vehicles.registry",)"
+            R"("operation:com.larkspur.fleet.vehicles.registry/retire",)"
+            R"("command:fleet.vehicles.retire"],"3 names match"])");
   // Down from the filter to the first match; right opens it, down goes on to the next one.
   const std::string focused = "document.activeElement.parentElement";
-  browser.Key("ArrowDown");
-  EXPECT_EQ(browser.Eval(focused + ".id"),
+  EXPECT_EQ(browser.Key("ArrowDown", focused + ".id"),
             "\"operation:com.larkspur.fleet.vehicles.registry/retire\"");
-  browser.Key("ArrowRight");
-  EXPECT_EQ(browser.Eval(focused + ".open"), "true");
-  browser.Key("ArrowDown");
-  EXPECT_EQ(browser.Eval(focused + ".id"), "\"type:com.larkspur.fleet.vehicles.VehicleSpec\"");
+  EXPECT_EQ(browser.Key("ArrowRight", focused + ".open"), "true");
+  EXPECT_EQ(browser.Key("ArrowDown", focused + ".id"),
+            "\"type:com.larkspur.fleet.vehicles.VehicleSpec\"");
   browser.Key("/");
-  browser.Key("Escape");
-  EXPECT_EQ(browser.Eval("document.querySelectorAll('main [hidden]').length"), "0");
+  EXPECT_EQ(browser.Key("Escape", "document.querySelectorAll('main [hidden]').length"), "0");
 
   // A permalink opens what holds its element and scrolls it into view.
   browser.Eval("location.hash = '#type:com.larkspur.fleet.routes.Stop'");
-  const std::string stop = "document.getElementById('type:com.larkspur.fleet.routes.Stop')";
-  EXPECT_TRUE(
-      browser.WaitFor(stop + ".open && " + stop + ".parentElement.closest('details').open", 5));
-  EXPECT_EQ(browser.Eval("Math.round(" + stop + ".getBoundingClientRect().top) > 0 && " + stop +
-                         ".getBoundingClientRect().top < innerHeight"),
-            "true");
+  const std::string stop = "byId('type:com.larkspur.fleet.routes.Stop')";
+  EXPECT_TRUE(browser.WaitFor(stop + ".open && " + stop +
+                                  ".parentElement.closest('details').open && " + stop +
+                                  ".getBoundingClientRect().top >= 0 && " + stop +
+                                  ".getBoundingClientRect().top < innerHeight",
+                              5));
 
   // A new command in the Cli source is drawn by the next poll; what was open stays open.
-  std::string cli = Slurp((dir / "sources/cli.json").string());
-  const std::string command = R"({"type": "command", "path": "fleet.routes", "name": "optimise",
+  std::string cli = Slurp(sources / "cli.json");
+  cli.insert(cli.find('[') + 1, R"({"type": "command", "path": "fleet.routes", "name": "optimise",
       "description": "Reorder the stops.", "node_metadata": {"service_id":
-      "com.larkspur.fleet.routes.planner", "operation_id": "plan"}},)";
-  cli.insert(cli.find('[') + 1, command);
-  Replace(dir / "sources/cli.json", cli);
-  EXPECT_TRUE(browser.WaitFor("!!document.getElementById('command:fleet.routes.optimise')", 15))
-      << Slurp((dir / "server.log").string());
-  EXPECT_EQ(browser.Eval(stop + ".open"), "true");
-  EXPECT_EQ(browser.Eval("document.getElementById('status').textContent.startsWith('Updated at')"),
-            "true");
+      "com.larkspur.fleet.routes.planner", "operation_id": "plan"}},)");
+  Replace(sources / "cli.json", cli);
+  EXPECT_TRUE(browser.WaitFor("!!byId('command:fleet.routes.optimise')", 15)) << server.Log();
+  EXPECT_EQ(
+      browser.Eval("[" + stop + ".open, byId('status').textContent.startsWith('Updated at')]"),
+      "[true,true]");
 
   // At 400 px nothing is wider than the screen.
-  browser.Call("Emulation.setDeviceMetricsOverride",
-               R"({"width":400,"height":860,"deviceScaleFactor":1,"mobile":false})");
+  EXPECT_TRUE(browser.Screenshot(400, OSTRA_ARTIFACT_DIR "/explorer-400px.png"));
   EXPECT_EQ(browser.Eval("document.documentElement.scrollWidth"), "400");
-  EXPECT_TRUE(browser.Screenshot(OSTRA_ARTIFACT_DIR "/explorer-400px.png"));
 }
 
 }  // namespace

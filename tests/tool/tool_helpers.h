@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -36,28 +35,6 @@ inline std::string Quote(const std::string& arg) {
   return quoted + "'";
 }
 
-// Reads `fd` into `pending` until it holds `end`, then moves what comes before `end` to `text`;
-// false when `fd` ends or `seconds` pass first.
-inline bool ReadUntil(int fd, char end, std::string& pending, std::string& text, int seconds) {
-  using Clock = std::chrono::steady_clock;
-  const auto until = Clock::now() + std::chrono::seconds(seconds);
-  std::size_t at = pending.find(end);
-  while (at == std::string::npos) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
-    pollfd ready{fd, POLLIN, 0};
-    char block[65536];
-    if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0) return false;
-    const ssize_t got = read(fd, block, sizeof block);
-    if (got <= 0) return false;
-    pending.append(block, static_cast<std::size_t>(got));
-    at = pending.find(end, pending.size() - static_cast<std::size_t>(got));
-  }
-  text = pending.substr(0, at);
-  pending.erase(0, at + 1);
-  return true;
-}
-
 // Whether `done` comes true within `seconds`, asked every 50 ms.
 template <class Predicate>
 bool Eventually(Predicate done, int seconds = 10) {
@@ -67,33 +44,44 @@ bool Eventually(Predicate done, int seconds = 10) {
   return done();
 }
 
-// A process in a group of its own with stdout and stderr in `log`, given the descriptors of
-// `fds` ({its number, ours}) and no others: a pipe's write end left open in it would keep the
-// reader of that pipe waiting. Its group is stopped when this ends.
+// A process in a group of its own, stopped with its group when this ends. Its descriptors `in`
+// and `out` (stdin and stdout by default) are pipes to this object; stderr, and stdout when it is
+// not a pipe, go to `log`. It inherits no other descriptor: a pipe's write end left open in it
+// would keep the reader of that pipe waiting.
 class Child {
  public:
-  Child(const std::vector<std::string>& argv, const std::string& log,
-        const std::vector<std::pair<int, int>>& fds = {}) {
+  Child(std::vector<std::string> argv, const std::string& log, int in = 0, int out = 1)
+      : log_(log) {
+    int to[2], from[2];
+    if (pipe(to) != 0 || pipe(from) != 0) return;
     std::vector<char*> args;
-    for (const auto& arg : argv)
-      args.push_back(const_cast<char*>(arg.c_str()));
+    for (auto& arg : argv)
+      args.push_back(arg.data());
     args.push_back(nullptr);
     pid_ = fork();
-    if (pid_ != 0) return;
-    setpgid(0, 0);
-    const int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(logFd, 1);
-    dup2(logFd, 2);
-    for (const auto& [to, from] : fds)
-      dup2(from, to);
-    for (int fd = 3; fd < 1024; ++fd) {
-      if (std::none_of(fds.begin(), fds.end(), [fd](const auto& f) { return f.first == fd; }))
-        close(fd);
+    if (pid_ == 0) {
+      setpgid(0, 0);
+      const int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      dup2(logFd, 1);
+      dup2(logFd, 2);
+      dup2(to[0], 100);  // out of the way of `in` and `out`
+      dup2(from[1], 101);
+      dup2(100, in);
+      dup2(101, out);
+      for (int fd = 3; fd < 1024; ++fd) {
+        if (fd != in && fd != out) close(fd);
+      }
+      execv(args[0], args.data());
+      _exit(127);
     }
-    execv(args[0], args.data());
-    _exit(127);
+    close(to[0]);
+    close(from[1]);
+    to_ = to[1];
+    from_ = from[0];
   }
   ~Child() {
+    close(to_);
+    close(from_);
     if (pid_ <= 0) return;
     kill(-pid_, SIGTERM);
     for (int i = 0; i < 50 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i)
@@ -101,11 +89,45 @@ class Child {
     kill(-pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
   }
-  pid_t Pid() const { return pid_; }
+  std::string Log() const { return Slurp(log_); }
 
-  // Sends `signal` (none if 0) and waits for the end: the exit status, -1 unless it exited;
-  // `peakKiB`, when given, is the most memory it held resident.
+  // Writes `text` whole to its `in`.
+  void Send(const std::string& text) {
+    for (std::size_t at = 0; at < text.size();) {
+      const ssize_t written = write(to_, text.data() + at, text.size() - at);
+      if (written <= 0) return;
+      at += static_cast<std::size_t>(written);
+    }
+  }
+
+  // What its `out` writes up to the next `end`, which is dropped; false at the end of the output,
+  // after `seconds` without an `end`, and ever after.
+  bool Read(std::string& text, int seconds = 60, char end = '\n') {
+    using Clock = std::chrono::steady_clock;
+    const auto until = Clock::now() + std::chrono::seconds(seconds);
+    for (std::size_t at; !ended_ && (at = pending_.find(end)) == std::string::npos;) {
+      const auto left =
+          std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
+      pollfd ready{from_, POLLIN, 0};
+      char block[65536];
+      const ssize_t got = left > 0 && poll(&ready, 1, static_cast<int>(left)) > 0
+                              ? read(from_, block, sizeof block)
+                              : 0;
+      ended_ = got <= 0;
+      pending_.append(block, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    }
+    if (ended_) return false;
+    const std::size_t at = pending_.find(end);
+    text = pending_.substr(0, at);
+    pending_.erase(0, at + 1);
+    return true;
+  }
+
+  // Ends its input, sends `signal` (none if 0) and waits for the end: the exit status, -1 unless
+  // it exited; `peakKiB`, when given, is the most memory it held resident.
   int Wait(int signal = 0, long* peakKiB = nullptr) {
+    close(to_);
+    to_ = -1;
     if (signal != 0) kill(pid_, signal);
     int status = 0;
     rusage usage{};
@@ -115,8 +137,14 @@ class Child {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
+ protected:
+  const std::string log_;
+
  private:
   pid_t pid_ = -1;
+  int to_ = -1, from_ = -1;
+  std::string pending_;
+  bool ended_ = false;
 };
 
 struct Reply {
@@ -131,30 +159,18 @@ struct Reply {
   }
 };
 
-// `ostra-metadata ARGS` serving HTTP, stderr in `log`; its URL is what the first line it prints
-// says: "listening on http://127.0.0.1:PORT".
-class Server {
+// `ostra-metadata` serving HTTP as `argv` tells, stderr in `log`; its URL is what the first line
+// it prints says: "listening on http://127.0.0.1:PORT".
+class Server : public Child {
  public:
-  Server(std::vector<std::string> args, const std::string& log) : log_(log) {
-    int out[2];
-    if (pipe(out) != 0) return;
-    args.insert(args.begin(), OSTRA_TOOL);
-    child_ = std::make_unique<Child>(args, log, std::vector<std::pair<int, int>>{{1, out[1]}});
-    close(out[1]);
-    out_ = out[0];
-    std::string pending, line;
-    if (ReadUntil(out_, '\n', pending, line, 10) && line.rfind("listening on http://", 0) == 0)
-      url_ = line.substr(13);
-  }
-  ~Server() {
-    child_.reset();
-    if (out_ >= 0) close(out_);
+  Server(const std::vector<std::string>& argv, const std::string& log) : Child(argv, log) {
+    std::string line;
+    if (Read(line, 10) && line.rfind("listening on http://", 0) == 0) url_ = line.substr(13);
   }
   const std::string& Url() const { return url_; }
-  std::string Log() const { return Slurp(log_); }
 
   // SIGTERM; the exit status, -1 unless the process exited.
-  int Stop() { return child_->Wait(SIGTERM); }
+  int Stop() { return Wait(SIGTERM); }
 
   // curl with `args` against `path`: the status line's code, headers and body.
   Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
@@ -176,10 +192,7 @@ class Server {
   }
 
  private:
-  std::unique_ptr<Child> child_;
-  int out_ = -1;
   std::string url_;
-  std::string log_;
 };
 
 }  // namespace OstraTest
