@@ -187,6 +187,8 @@ TYPED_TEST(SourceSetTest, FailedCreatesChangeNothing) {
        this->Id("source.file.not.found") + ": " + missing},
       {"no path", store.CreateSource("b", pathless), Kind::NOT_FOUND,
        this->Id("source.file.not.found") + ": "},
+      {"directory", store.CreateSource("b", this->File(testing::TempDir())), Kind::NOT_FOUND,
+       this->Id("source.file.not.found") + ": " + testing::TempDir()},
       {"syntax", store.CreateSource("b", this->File(this->Write("b", "{\"x\":"))),
        Kind::INVALID_ARGUMENT, this->Id("parse.error") + ": 3 5"},
       {"syntax, parsed", store.CreateSourceFromMetadata("b", *Parse("["), this->File("")),
