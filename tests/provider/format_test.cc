@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 #include "ostra/core/format_category.h"
@@ -106,20 +105,6 @@ TEST(Format, EachTypeWithItsSpec) {
   for (const Case& c : cases) {
     EXPECT_EQ(c.result.text, c.expected);
     EXPECT_EQ(c.result.ec, std::error_code()) << c.expected;
-  }
-}
-
-TEST(Format, ArbitraryFormatsNeverThrow) {
-  std::mt19937 random(7);
-  const std::string alphabet = "{}:%0123456789.-+ #*lhjzqLsdxnc'";
-  for (int round = 0; round < 20000; ++round) {
-    std::string format;
-    const int length = static_cast<int>(random() % 24);
-    for (int i = 0; i < length; ++i)
-      format += alphabet[random() % alphabet.size()];
-    SCOPED_TRACE(format);
-    const boost::optional<std::string> optional;
-    EXPECT_NO_THROW(Fmt(format, 42, "text", std::string("str"), 9UL, optional));
   }
 }
 

@@ -1,4 +1,4 @@
-// Source files that never end, are huge, come through a pipe or change while they are read: every
+// Source files that never end, are huge, come through a pipe or change while they are read: the
 // store answers at once, reads no more than it must, keeps nothing of a failed create and serves
 // what one whole load gave.
 #include <fcntl.h>
@@ -50,48 +50,28 @@ TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
   EXPECT_TRUE(store_->ListSources().empty());
 }
 
-// Writes `text` into the named pipe `path` from a thread once a reader opens it, then holds the
-// pipe open until `release` is ready (60 s at most) and sets `closed`.
-std::thread Send(const std::string& path, std::string text, std::shared_future<void> release,
-                 std::atomic<bool>& closed) {
-  return std::thread([=, &closed] {
-    const int fd = open(path.c_str(), O_WRONLY);
-    if (fd < 0) return;
-    for (std::size_t at = 0; at < text.size();) {
-      const ssize_t written = write(fd, text.data() + at, text.size() - at);
-      if (written <= 0) break;
-      at += static_cast<std::size_t>(written);
-    }
-    release.wait_for(std::chrono::seconds(60));
-    closed = true;
-    close(fd);
-  });
-}
-
-// A pipe whose writer stays open after text that stops being JSON fails at once; a valid document
-// through a pipe is fingerprinted over the bytes it delivered.
-TEST_F(HostileSources, APipeIsAnsweredAtItsFirstBadByteAndFingerprintedOverWhatItSent) {
-  const std::string fifo = Write("pipe", "") + ".fifo", good = NamedDoc("piped", "");
+// A pipe whose writer stays open after text that stops being JSON fails at once.
+TEST_F(HostileSources, APipeIsAnsweredAtItsFirstBadByte) {
+  const std::string fifo = Write("pipe", "") + ".fifo", text = R"({"metamodel": nope)";
   unlink(fifo.c_str());  // left by a run that crashed
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   std::promise<void> release;
-  const std::shared_future<void> released = release.get_future().share();
   std::atomic<bool> closed{false};
-  std::thread writer = Send(fifo, R"({"metamodel": nope)", released, closed);
+  std::thread writer([&, released = release.get_future()] {
+    const int fd = open(fifo.c_str(), O_WRONLY);  // once the store opens the pipe
+    if (fd < 0) return;
+    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    released.wait_for(std::chrono::seconds(60));
+    closed = true;
+    close(fd);
+  });
   const auto error = store_->CreateSource("p", FileSpec(fifo));
   EXPECT_FALSE(closed);
   release.set_value();
   writer.join();
+  unlink(fifo.c_str());
   ASSERT_NE(error, nullptr);
   EXPECT_EQ(OnlyMessage(*error), "ostra.metadata.metamodel.parse.error: 3 15");
-
-  closed = false;
-  writer = Send(fifo, good, released, closed);
-  ASSERT_EQ(store_->CreateSource("p", FileSpec(fifo)), nullptr);
-  writer.join();
-  EXPECT_EQ(store_->ComponentFingerprint("piped"), Crc(good));
-  EXPECT_EQ(store_->SourceFingerprint(std::string("p")), Crc(Crc(good)));
-  unlink(fifo.c_str());
 }
 
 // One thread rewrites the file while another reloads. Rewritten in place, in small pieces, the
