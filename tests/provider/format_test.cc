@@ -96,7 +96,7 @@ TEST(Format, EachTypeWithItsSpec) {
       {Fmt("{1:s}", 5), "5"},
       {Fmt("{1:*}", 5), "5"},
       {Fmt("{1:d%s}", 5), "5"},
-      {Fmt("{1:Lf}", 5), "5"},
+      {Fmt("{1:Ld}", 5), "5"},
       {Fmt("{1:n}", "str"), "str"},
       {Fmt("{1:d}", "str"), "str"},
       {Fmt("{1:ls}", "str"), "str"},

@@ -72,14 +72,6 @@ std::string Json(const Pointer& record) {
       *Ostra::Data::TypeConverter<Record>::ToValue(*record, Ostra::L10n::RequestLocalizer()));
 }
 
-std::string Names(const boost::optional<std::list<std::string>>& names) {
-  if (!names) return "-";
-  std::string text;
-  for (const auto& name : *names)
-    text += name + " ";
-  return text;
-}
-
 // Records of one kind in walking order: each key with its record as JSON.
 using Entries = std::vector<std::pair<std::string, std::string>>;
 
@@ -115,13 +107,13 @@ struct Walk {
         for (const auto& package : component.second->packages) {
           Append(services, package.second->services);
           for (const auto& service : package.second->services) {
-            std::string names;
+            std::list<std::string> names;
             for (const auto& operation : service.second->operations) {
-              names += operation.first + " ";
+              names.push_back(operation.first);
               operations.emplace_back(service.first + "/" + operation.first,
                                       Json(operation.second));
             }
-            operationLists.emplace_back(service.first, names);
+            operationLists.emplace_back(service.first, Json(boost::make_optional(names)));
           }
         }
       }
@@ -144,7 +136,7 @@ void ExpectLookupsAsWalked(const Store& store, const Walk& walk,
   for (const auto& service : services) {
     SCOPED_TRACE(service);
     EXPECT_EQ(Json(store->ServiceInfo(service)), First(walk.services, service));
-    EXPECT_EQ(Names(store->ListOperations(service)), First(walk.operationLists, service));
+    EXPECT_EQ(Json(store->ListOperations(service)), First(walk.operationLists, service));
     for (const auto& operation : operations) {
       EXPECT_EQ(Json(store->OperationInfo(service, operation)),
                 First(walk.operations, service + "/" + operation))

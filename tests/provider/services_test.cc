@@ -320,10 +320,8 @@ TEST_F(Services, BundledExampleCommandsCallMetamodelOperations) {
         << command->service_id << " " << command->operation_id;
   }
   using NsId = Binding::Cli::Namespace_Svc::Identity;
-  const auto fleet = cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}));
-  EXPECT_EQ(fleet->description,
-            "Larkspur Fleet: vehicles, routes and telemetry of a delivery fleet.");
-  EXPECT_EQ(fleet->children.size(), 3u);
+  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
+            3u);
 }
 
 }  // namespace
