@@ -18,6 +18,7 @@
 namespace {
 
 namespace Metadata = Ostra::Provider::Metadata;
+namespace Mm = Com::Corvane::Ostra::Metadata::Metamodel;
 
 // A fixed pseudo-random sequence, so that every run tests the same documents.
 struct Random {
@@ -96,17 +97,23 @@ std::string First(const Entries& entries, const std::string& key) {
   return "-";
 }
 
-// Packages, services, the operation names of each service and operations ("service/operation") of
-// the sources in walking order: sources, components, packages, services, each map in key order.
+// Packages, services, the operation names of each service, operations ("service/operation") and
+// the Metamodel's structures and enumerations of the sources in walking order: sources,
+// components, packages, services, each map in key order. Structures are looked up in packages,
+// then services; enumerations in packages, services, structures of packages, structures of
+// services: each stage runs over all sources.
 struct Walk {
   template <class Source>
   explicit Walk(const std::vector<std::shared_ptr<Source>>& sources) {
+    Entries stages[6];
     for (const auto& source : sources) {
       for (const auto& component : source->components) {
         Append(packages, component.second->packages);
         for (const auto& package : component.second->packages) {
+          Types(*package.second, stages, 0);
           Append(services, package.second->services);
           for (const auto& service : package.second->services) {
+            Types(*service.second, stages, 1);
             std::list<std::string> names;
             for (const auto& operation : service.second->operations) {
               names.push_back(operation.first);
@@ -118,8 +125,23 @@ struct Walk {
         }
       }
     }
+    for (int stage = 0; stage < 6; ++stage) {
+      Entries& kind = stage < 2 ? structures : enumerations;
+      kind.insert(kind.end(), stages[stage].begin(), stages[stage].end());
+    }
   }
-  Entries packages, services, operationLists, operations;
+  // Metamodel packages (stage 0) and services (stage 1) hold structures and enumerations.
+  template <class Record>
+  static void Types(const Record& record, Entries* stages, int stage) {
+    if constexpr (std::is_same_v<Record, Mm::PackageInfo> ||
+                  std::is_same_v<Record, Mm::ServiceInfo>) {
+      Append(stages[stage], record.structures);
+      Append(stages[2 + stage], record.enumerations);
+      for (const auto& structure : record.structures)
+        Append(stages[4 + stage], structure.second->enumerations);
+    }
+  }
+  Entries packages, services, operationLists, operations, structures, enumerations;
 };
 
 // Compares the package, service and operation lookups of `store` with `walk`, for every package,
@@ -184,40 +206,17 @@ std::string MetamodelDocument(Random& random, int& next) {
 }
 
 // Compares every lookup and list of a Metamodel store with the walk over `texts`, loaded as its
-// sources. Structures are looked up in packages, then services; enumerations in packages,
-// services, structures of packages, structures of services: each stage over all sources.
+// sources.
 void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
   const auto store = Metadata::Metamodel::MetadataContainer::GetInstance();
-  const auto sources = LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, texts);
-  Entries structures[2], enumerations[4];
-  for (const auto& source : sources) {
-    for (const auto& component : source->components) {
-      for (const auto& package : component.second->packages) {
-        Append(structures[0], package.second->structures);
-        Append(enumerations[0], package.second->enumerations);
-        for (const auto& structure : package.second->structures)
-          Append(enumerations[2], structure.second->enumerations);
-        for (const auto& service : package.second->services) {
-          Append(structures[1], service.second->structures);
-          Append(enumerations[1], service.second->enumerations);
-          for (const auto& structure : service.second->structures)
-            Append(enumerations[3], structure.second->enumerations);
-        }
-      }
-    }
-  }
-  structures[0].insert(structures[0].end(), structures[1].begin(), structures[1].end());
-  for (int stage = 1; stage < 4; ++stage) {
-    enumerations[0].insert(enumerations[0].end(), enumerations[stage].begin(),
-                           enumerations[stage].end());
-  }
-  EXPECT_EQ(store->ListStructures(), Keys(structures[0]));
-  EXPECT_EQ(store->ListEnumerations(), Keys(enumerations[0]));
+  const Walk walk(LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, texts));
+  EXPECT_EQ(store->ListStructures(), Keys(walk.structures));
+  EXPECT_EQ(store->ListEnumerations(), Keys(walk.enumerations));
   for (const auto& name : Numbered("t"))
-    EXPECT_EQ(Json(store->StructureInfo(name)), First(structures[0], name)) << name;
+    EXPECT_EQ(Json(store->StructureInfo(name)), First(walk.structures, name)) << name;
   for (const auto& name : Numbered("e"))
-    EXPECT_EQ(Json(store->EnumerationInfo(name)), First(enumerations[0], name)) << name;
-  ExpectLookupsAsWalked(store, Walk(sources), Numbered("p"), Numbered("s"), Numbered("o"));
+    EXPECT_EQ(Json(store->EnumerationInfo(name)), First(walk.enumerations, name)) << name;
+  ExpectLookupsAsWalked(store, walk, Numbered("p"), Numbered("s"), Numbered("o"));
 }
 
 TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
