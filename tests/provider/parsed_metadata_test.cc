@@ -1,16 +1,27 @@
 // The reading frame of every loader: ParseJson, ParseStream and ParseSource over streams of every
-// kind, the nesting limit on a small stack, and the member access the parsers build on.
+// kind, the nesting limit on a small stack, and the member access the parsers build on; and source
+// files that never end, are huge, come through a pipe or change while they are read: the store
+// answers at once, reads no more than it must, keeps nothing of a failed create and serves what
+// one whole load gave.
 #include "ostra/provider/parsed_metadata.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <rapidjson/istreamwrapper.h>
@@ -25,7 +36,8 @@
 namespace {
 
 using namespace Ostra::Provider::Metadata;
-using OstraTest::Crc;
+using namespace OstraTest;
+using namespace OstraTest::MetamodelDocs;
 constexpr std::size_t kLimit = Ostra::kMaxDocumentJsonDepth;
 
 // A stream buffer over `data` that hands it out `piece` bytes at a time, as a pipe whose writer
@@ -140,7 +152,7 @@ TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
   for (const std::size_t at : {kReadBlock - 1, kReadBlock, kReadBlock + 1})
     ExpectSameAsReference("[" + std::string(at - 1, ' ') + "x]");
   for (const char* name : {"metamodel.json", "authentication.json", "cli.json"}) {
-    const std::string text = OstraTest::ExampleText(name);
+    const std::string text = ExampleText(name);
     ExpectSameAsReference(text);
     // A stream that does not start at 0: parsed from there, fingerprinted from 0.
     ExpectSameAsReference(text, 40);
@@ -181,14 +193,14 @@ TEST(ParseStream, UnseekableAndFailingStreamsNeverThrow) {
 }
 
 TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
-  const auto parsed = OstraTest::Parse(R"({"a":1,"b":"x\u0000y","a":2})");
+  const auto parsed = Parse(R"({"a":1,"b":"x\u0000y","a":2})");
   const auto& root = *parsed->document;
   EXPECT_EQ(FindMember(root, "a")->value.GetInt(), 1);
   EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
   EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
 
   // Names compare as C strings: up to a name's first NUL, and no further.
-  const auto nul = OstraTest::Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
+  const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
   EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);
   EXPECT_EQ(FindMember(*nul->document, "ab")->value.GetInt(), 1);
   EXPECT_EQ(FindMember(*nul->document, "abcd"), nul->document->MemberEnd());
@@ -218,7 +230,7 @@ std::string Nested(std::size_t depth, const std::string& open, const std::string
   return text;
 }
 
-class DeepNesting : public OstraTest::TempFilesTest {};
+class DeepNesting : public TempFilesTest {};
 
 // The three readers stop at the first bracket beyond the limit, keep an error met before it, and
 // give the depth back at each closing bracket; a document 10,000,000 levels deep fails at once and
@@ -259,9 +271,9 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
       }
     }
     const auto store = Metamodel::MetadataContainer::GetInstance();
-    const auto error = store->CreateSource("deep", OstraTest::FileSpec(path));
+    const auto error = store->CreateSource("deep", FileSpec(path));
     ASSERT_NE(error, nullptr);
-    EXPECT_EQ(OstraTest::OnlyMessage(*error),
+    EXPECT_EQ(OnlyMessage(*error),
               "ostra.metadata.metamodel.parse.error: 16 " + std::to_string(deepOffset));
   });
 }
@@ -270,7 +282,6 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
 // more is beyond the limit). A host's call converts the record to a data value and to JSON,
 // recursively: on the main thread's stack even the deepest type is served.
 TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
-  using namespace OstraTest::MetamodelDocs;
   const auto document = [](std::size_t levels) {
     const std::string type =
         Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
@@ -283,8 +294,8 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
   const std::string deepest = Write("deepest", document(levels));
   const auto store = Metamodel::MetadataContainer::GetInstance();
   OnSmallStack([&] {
-    const auto error = store->CreateSource("deepest", OstraTest::FileSpec(deepest));
-    ASSERT_EQ(error, nullptr) << OstraTest::OnlyMessage(*error);
+    const auto error = store->CreateSource("deepest", FileSpec(deepest));
+    ASSERT_EQ(error, nullptr) << OnlyMessage(*error);
     std::size_t depth = 0;
     for (auto link = store->StructureInfo("p.S")->fields.front()->type; link->generic_instantiation;
          link = link->generic_instantiation->element_type)
@@ -307,6 +318,105 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
        at = answer.find("\"LIST\"", at + 1))
     ++generics;
   EXPECT_EQ(generics, levels);
+}
+
+using HostileSources = MetamodelStoreTest;
+
+// Peak resident memory of this process so far, in KiB.
+long PeakResidentKiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+// Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
+// far less than the file.
+TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
+  const std::string sparse = Write("sparse", "");
+  ASSERT_EQ(truncate(sparse.c_str(), off_t{2} << 30), 0);
+  const long before = PeakResidentKiB();
+  for (const std::string& path : {std::string("/dev/zero"), sparse, std::string("/dev/urandom")}) {
+    const auto error = store_->CreateSource("s", FileSpec(path));
+    ASSERT_NE(error, nullptr);
+    const std::string message = OnlyMessage(*error);
+    if (path == "/dev/urandom") {  // where it fails cannot be known
+      EXPECT_EQ(message.substr(0, 37), "ostra.metadata.metamodel.parse.error:");
+    } else {
+      EXPECT_EQ(message, "ostra.metadata.metamodel.parse.error: 1 0") << path;
+    }
+  }
+  EXPECT_LT(PeakResidentKiB() - before, 32 * 1024);
+  EXPECT_TRUE(store_->ListSources().empty());
+}
+
+// A pipe whose writer stays open after text that stops being JSON fails at once.
+TEST_F(HostileSources, APipeIsAnsweredAtItsFirstBadByte) {
+  const std::string fifo = Write("pipe", "") + ".fifo", text = R"({"metamodel": nope)";
+  unlink(fifo.c_str());  // left by a run that crashed
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::promise<void> release;
+  std::atomic<bool> closed{false};
+  std::thread writer([&, released = release.get_future()] {
+    const int fd = open(fifo.c_str(), O_WRONLY);  // once the store opens the pipe
+    if (fd < 0) return;
+    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    released.wait_for(std::chrono::seconds(60));
+    closed = true;
+    close(fd);
+  });
+  const auto error = store_->CreateSource("p", FileSpec(fifo));
+  EXPECT_FALSE(closed);
+  release.set_value();
+  writer.join();
+  unlink(fifo.c_str());
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(OnlyMessage(*error), "ostra.metadata.metamodel.parse.error: 3 15");
+}
+
+// One thread rewrites the file while another reloads. Rewritten in place, in small pieces, the
+// file may be read half old and half new, which can even parse; rewritten by renaming a new file
+// over it, every reload sees one whole version. Either way each reload answers success and the
+// store lists exactly what one load gave: its data and its fingerprint come from the same bytes.
+TEST_F(HostileSources, RewrittenWhileReloading) {
+  const std::string versions[] = {NamedDoc("one", Package("p", "", Service("p.s"))),
+                                  NamedDoc("two", Package("p", "", Service("p.t")))};
+  const std::string prints[] = {Crc(Crc(versions[0])), Crc(Crc(versions[1]))};
+  const std::string path = Add("a", versions[0]);
+  const std::string next = Write("next", "");
+  for (const bool atomic : {false, true}) {
+    SCOPED_TRACE(atomic ? "renamed over" : "rewritten in place");
+    std::atomic<bool> stop{false};
+    std::atomic<int> written{0};
+    std::thread writer([&] {
+      for (int round = 0; !stop; ++round) {
+        const std::string& text = versions[round % 2];
+        std::ofstream file(atomic ? next : path, std::ios::binary | std::ios::trunc);
+        for (std::size_t at = 0; at < text.size(); at += 7)
+          file << text.substr(at, 7) << std::flush;
+        file.close();
+        if (atomic) std::rename(next.c_str(), path.c_str());
+        ++written;
+      }
+    });
+    for (int i = 0; i < 300 || written < 20; ++i) {
+      ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
+      const std::string fingerprint = store_->SourceFingerprint(std::string("a"));
+      const auto components = store_->ListComponents();
+      const auto services = store_->ListServices();
+      ASSERT_EQ(components.size(), 1u);
+      ASSERT_EQ(services.size(), 1u);
+      const std::string held = components.front() + " " + services.front();
+      EXPECT_TRUE(fingerprint == prints[0] || fingerprint == prints[1] || !atomic);
+      if (fingerprint == prints[0] || fingerprint == prints[1]) {
+        EXPECT_EQ(held, fingerprint == prints[0] ? "one p.s" : "two p.t");
+      }
+    }
+    stop = true;
+    writer.join();
+    // The next reload picks up the version written last.
+    ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
+    EXPECT_EQ(store_->SourceFingerprint(std::string("a")), prints[(written - 1) % 2]);
+  }
 }
 
 }  // namespace
