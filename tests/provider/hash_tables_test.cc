@@ -34,10 +34,8 @@ TEST(FirstIndex, KeepsTheFirstEntryOfEachWholeKey) {
   for (const auto& entry : second)
     EXPECT_FALSE(index.Insert(entry));
   EXPECT_EQ(index.size(), first.size());
-  for (const auto& entry : first) {
-    ASSERT_NE(index.Find(entry.first), nullptr) << entry.first;
-    EXPECT_EQ(index.Find(entry.first), &entry);
-  }
+  for (const auto& entry : first)
+    EXPECT_EQ(index.Find(entry.first), &entry) << entry.first;
   EXPECT_EQ(index.Find("c"), nullptr);
   EXPECT_EQ(index.Find(std::string("b\0", 2)), nullptr);
   EXPECT_EQ(FirstIndex<Map::value_type>().Find("a"), nullptr);

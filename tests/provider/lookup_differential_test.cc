@@ -3,8 +3,7 @@
 // packages, services, structures, components and sources.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <sstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -20,24 +19,15 @@ namespace {
 
 namespace Metadata = Ostra::Provider::Metadata;
 namespace Mm = Com::Corvane::Ostra::Metadata::Metamodel;
-namespace Au = Com::Corvane::Ostra::Metadata::Authentication;
-namespace CliB = Com::Corvane::Ostra::Metadata::Cli;
 
 // A fixed pseudo-random sequence, so that every run tests the same documents.
-class Random {
- public:
-  explicit Random(std::uint64_t seed) : state_(seed) {}
-  int Next(int bound) {
-    state_ = state_ * 6364136223846793005ULL + 1442695040888963407ULL;
-    return static_cast<int>((state_ >> 33) % static_cast<std::uint64_t>(bound));
-  }
+struct Random {
+  std::mt19937 engine;
+  int Next(int bound) { return static_cast<int>(engine() % static_cast<unsigned>(bound)); }
   // One of the names prefix0 .. prefix{count-1}.
   std::string Name(const std::string& prefix, int count) {
     return prefix + std::to_string(Next(count));
   }
-
- private:
-  std::uint64_t state_;
 };
 
 // Joins `count` items made by `make`.
@@ -51,18 +41,19 @@ std::string Items(int count, Make make) {
 
 // Loads each text as a source of `store` (ids in the order given) and answers the source indexes
 // a walk reads, loaded apart from the store.
-template <class Store, class Container>
+template <class Container, class Store>
 std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
     Store& store, const std::vector<std::string>& texts) {
   using Spec = typename Container::CreateSpec;
   std::vector<std::shared_ptr<typename Container::SourceData>> walked;
   for (std::size_t i = 0; i < texts.size(); ++i) {
-    const std::string id(1, static_cast<char>('a' + i));
     auto parsed = OstraTest::Parse(texts[i]);
     Metadata::ErrorPtr error;
     walked.push_back(Container::LoadSource(OstraTest::FileSpec<Spec>(""), *parsed, error));
     EXPECT_NE(walked.back(), nullptr);
-    EXPECT_EQ(store->CreateSourceFromMetadata(id, *parsed, OstraTest::FileSpec<Spec>("")), nullptr);
+    EXPECT_EQ(store->CreateSourceFromMetadata(std::string(1, static_cast<char>('a' + i)), *parsed,
+                                              OstraTest::FileSpec<Spec>("")),
+              nullptr);
   }
   // An entry without a source index sorts after the others; lookups pass over it.
   auto remote = std::make_shared<Spec>(*OstraTest::FileSpec<Spec>(""));
@@ -72,10 +63,120 @@ std::vector<std::shared_ptr<typename Container::SourceData>> LoadAll(
   return walked;
 }
 
-// ---- Metamodel
+// A record as JSON, "-" for none: records of the same name differ in their documentation or
+// scheme lists.
+template <class Pointer>
+std::string Json(const Pointer& record) {
+  if (!record) return "-";
+  using Record = std::decay_t<decltype(*record)>;
+  return Ostra::Data::ToJson(
+      *Ostra::Data::TypeConverter<Record>::ToValue(*record, Ostra::L10n::RequestLocalizer()));
+}
 
-// A document of random names; every record carries a documentation text of its own, "d" and the
-// count `next`, which tells records apart across documents.
+// Records of one kind in walking order: each key with its record as JSON.
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+template <class Map>
+void Append(Entries& entries, const Map& map) {
+  for (const auto& entry : map)
+    entries.emplace_back(entry.first, Json(entry.second));
+}
+
+std::list<std::string> Keys(const Entries& entries) {
+  std::list<std::string> keys;
+  for (const auto& entry : entries)
+    keys.push_back(entry.first);
+  return keys;
+}
+
+// The first record of `key`; "-" if there is none.
+std::string First(const Entries& entries, const std::string& key) {
+  for (const auto& entry : entries) {
+    if (entry.first == key) return entry.second;
+  }
+  return "-";
+}
+
+// Packages, services, the operation names of each service, operations ("service/operation") and
+// the Metamodel's structures and enumerations of the sources in walking order: sources,
+// components, packages, services, each map in key order. Structures are looked up in packages,
+// then services; enumerations in packages, services, structures of packages, structures of
+// services: each stage runs over all sources.
+struct Walk {
+  template <class Source>
+  explicit Walk(const std::vector<std::shared_ptr<Source>>& sources) {
+    Entries stages[6];
+    for (const auto& source : sources) {
+      for (const auto& component : source->components) {
+        Append(packages, component.second->packages);
+        for (const auto& package : component.second->packages) {
+          Types(*package.second, stages, 0);
+          Append(services, package.second->services);
+          for (const auto& service : package.second->services) {
+            Types(*service.second, stages, 1);
+            std::list<std::string> names;
+            for (const auto& operation : service.second->operations) {
+              names.push_back(operation.first);
+              operations.emplace_back(service.first + "/" + operation.first,
+                                      Json(operation.second));
+            }
+            operationLists.emplace_back(service.first, Json(boost::make_optional(names)));
+          }
+        }
+      }
+    }
+    for (int stage = 0; stage < 6; ++stage) {
+      Entries& kind = stage < 2 ? structures : enumerations;
+      kind.insert(kind.end(), stages[stage].begin(), stages[stage].end());
+    }
+  }
+  // Metamodel packages (stage 0) and services (stage 1) hold structures and enumerations.
+  template <class Record>
+  static void Types(const Record& record, Entries* stages, int stage) {
+    if constexpr (std::is_same_v<Record, Mm::PackageInfo> ||
+                  std::is_same_v<Record, Mm::ServiceInfo>) {
+      Append(stages[stage], record.structures);
+      Append(stages[2 + stage], record.enumerations);
+      for (const auto& structure : record.structures)
+        Append(stages[4 + stage], structure.second->enumerations);
+    }
+  }
+  Entries packages, services, operationLists, operations, structures, enumerations;
+};
+
+// Compares the package, service and operation lookups of `store` with `walk`, for every package,
+// service and operation name given.
+template <class Store>
+void ExpectLookupsAsWalked(const Store& store, const Walk& walk,
+                           const std::vector<std::string>& packages,
+                           const std::vector<std::string>& services,
+                           const std::vector<std::string>& operations) {
+  EXPECT_EQ(store->ListPackages(), Keys(walk.packages));
+  EXPECT_EQ(store->ListServices(), Keys(walk.services));
+  for (const auto& package : packages)
+    EXPECT_EQ(Json(store->PackageInfo(package)), First(walk.packages, package)) << package;
+  for (const auto& service : services) {
+    SCOPED_TRACE(service);
+    EXPECT_EQ(Json(store->ServiceInfo(service)), First(walk.services, service));
+    EXPECT_EQ(Json(store->ListOperations(service)), First(walk.operationLists, service));
+    for (const auto& operation : operations) {
+      EXPECT_EQ(Json(store->OperationInfo(service, operation)),
+                First(walk.operations, service + "/" + operation))
+          << operation;
+    }
+  }
+}
+
+// prefix0 .. prefix4: the generated names end in 0 to 3, and 4 is a name that no record has.
+std::vector<std::string> Numbered(const std::string& prefix) {
+  std::vector<std::string> names;
+  for (int i = 0; i <= 4; ++i)
+    names.push_back(prefix + std::to_string(i));
+  return names;
+}
+
+// A Metamodel document of random names; every record carries a documentation text of its own, "d"
+// and the count `next`, which tells records apart across documents.
 std::string MetamodelDocument(Random& random, int& next) {
   namespace D = OstraTest::MetamodelDocs;
   const auto enumerations = [&] {
@@ -97,155 +198,31 @@ std::string MetamodelDocument(Random& random, int& next) {
     const std::string name = random.Name("p", 4), inner = enumerations(), types = structures();
     return D::Package(name, types, Items(random.Next(4), service), "{}", inner);
   };
-  const std::string component = random.Name("c", 2);
-  std::string text = D::NamedDoc(component, Items(1 + random.Next(3), package));
+  std::string text = D::NamedDoc(random.Name("c", 2), Items(1 + random.Next(3), package));
   const std::string empty = R"("documentation":"")";
   for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
     text.replace(at, empty.size(), R"("documentation":"d)" + std::to_string(next++) + "\"");
   return text;
 }
 
-// Entries of one kind of record in walking order: sources, components, packages, services,
-// structures, each map in key order.
-template <class Record>
-using Entries = std::vector<std::pair<std::string, std::shared_ptr<const Record>>>;
-
-template <class Map, class Record>
-void Append(Entries<Record>& entries, const Map& map) {
-  entries.insert(entries.end(), map.begin(), map.end());
-}
-
-template <class Record>
-std::list<std::string> Keys(const std::vector<const Entries<Record>*>& stages) {
-  std::list<std::string> keys;
-  for (const auto* stage : stages) {
-    for (const auto& entry : *stage)
-      keys.push_back(entry.first);
-  }
-  return keys;
-}
-
-// The first record of `id`, stage by stage; null if there is none.
-template <class Record>
-std::shared_ptr<const Record> First(const std::vector<const Entries<Record>*>& stages,
-                                    const std::string& id) {
-  for (const auto* stage : stages) {
-    for (const auto& entry : *stage) {
-      if (entry.first == id) return entry.second;
-    }
-  }
-  return nullptr;
-}
-
-// The documentation that tells records apart; "-" for none.
-template <class Pointer>
-std::string Doc(const Pointer& record) {
-  return record ? record->documentation : "-";
-}
-
-std::string Names(const boost::optional<std::list<std::string>>& names) {
-  if (!names) return "-";
-  std::string text;
-  for (const auto& name : *names)
-    text += name + " ";
-  return text;
-}
-
-// The operation names of the first service `id`, or none.
-template <class Service>
-boost::optional<std::list<std::string>> OperationsOf(const Entries<Service>& services,
-                                                     const std::string& id) {
-  const auto found = First<Service>({&services}, id);
-  if (!found) return boost::none;
-  std::list<std::string> names;
-  for (const auto& operation : found->operations)
-    names.push_back(operation.first);
-  return names;
-}
-
-// The operation from the first service `service` that has it.
-template <class Service>
-auto OperationOf(const Entries<Service>& services, const std::string& service,
-                 const std::string& operation) {
-  for (const auto& entry : services) {
-    const auto it = entry.second->operations.find(operation);
-    if (entry.first == service && it != entry.second->operations.end()) return it->second;
-  }
-  return decltype(services.front().second->operations.begin()->second)();
-}
-
-// Every lookup of the Metamodel store answered by walking the sources.
-struct MetamodelWalk {
-  explicit MetamodelWalk(
-      const std::vector<std::shared_ptr<Metadata::Metamodel::SourceData>>& sources) {
-    for (const auto& source : sources) {
-      for (const auto& component : source->components) {
-        for (const auto& package : component.second->packages) {
-          packages.push_back(package);
-          const Mm::PackageInfo& p = *package.second;
-          Append(structures[0], p.structures);
-          Append(enumerations[0], p.enumerations);
-          for (const auto& structure : p.structures)
-            Append(enumerations[2], structure.second->enumerations);
-          for (const auto& service : p.services) {
-            services.push_back(service);
-            Append(structures[1], service.second->structures);
-            Append(enumerations[1], service.second->enumerations);
-            for (const auto& structure : service.second->structures)
-              Append(enumerations[3], structure.second->enumerations);
-          }
-        }
-      }
-    }
-  }
-
-  std::vector<const Entries<Mm::StructureInfo>*> StructureStages() const {
-    return {&structures[0], &structures[1]};
-  }
-  std::vector<const Entries<Mm::EnumerationInfo>*> EnumerationStages() const {
-    return {&enumerations[0], &enumerations[1], &enumerations[2], &enumerations[3]};
-  }
-  Entries<Mm::PackageInfo> packages;
-  Entries<Mm::ServiceInfo> services;
-  Entries<Mm::StructureInfo> structures[2];  // of packages, of services
-  Entries<Mm::EnumerationInfo>
-      enumerations[4];  // of packages, of services, inside their structures
-};
-
-using MetamodelStore = std::shared_ptr<Metadata::Metamodel::MetadataContainer>;
-
-// Compares every lookup and list of `store` with the walk over `texts`, loaded as its sources.
+// Compares every lookup and list of a Metamodel store with the walk over `texts`, loaded as its
+// sources.
 void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
-  MetamodelStore store = Metadata::Metamodel::MetadataContainer::GetInstance();
-  const MetamodelWalk walk(
-      LoadAll<MetamodelStore, Metadata::Metamodel::JsonMetadataContainer>(store, texts));
-  EXPECT_EQ(store->ListPackages(), Keys<Mm::PackageInfo>({&walk.packages}));
-  EXPECT_EQ(store->ListServices(), Keys<Mm::ServiceInfo>({&walk.services}));
-  EXPECT_EQ(store->ListStructures(), Keys(walk.StructureStages()));
-  EXPECT_EQ(store->ListEnumerations(), Keys(walk.EnumerationStages()));
-  // The generated names end in 0 to 3; 4 is a name that no record has.
-  for (int i = 0; i <= 4; ++i) {
-    const std::string n = std::to_string(i);
-    SCOPED_TRACE("name number " + n);
-    EXPECT_EQ(Doc(store->PackageInfo("p" + n)),
-              Doc(First<Mm::PackageInfo>({&walk.packages}, "p" + n)));
-    EXPECT_EQ(Doc(store->ServiceInfo("s" + n)),
-              Doc(First<Mm::ServiceInfo>({&walk.services}, "s" + n)));
-    EXPECT_EQ(Names(store->ListOperations("s" + n)), Names(OperationsOf(walk.services, "s" + n)));
-    EXPECT_EQ(Doc(store->StructureInfo("t" + n)), Doc(First(walk.StructureStages(), "t" + n)));
-    EXPECT_EQ(Doc(store->EnumerationInfo("e" + n)), Doc(First(walk.EnumerationStages(), "e" + n)));
-    for (int j = 0; j <= 4; ++j) {
-      const std::string o = "o" + std::to_string(j);
-      EXPECT_EQ(Doc(store->OperationInfo("s" + n, o)), Doc(OperationOf(walk.services, "s" + n, o)))
-          << o;
-    }
-  }
+  const auto store = Metadata::Metamodel::MetadataContainer::GetInstance();
+  const Walk walk(LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, texts));
+  EXPECT_EQ(store->ListStructures(), Keys(walk.structures));
+  EXPECT_EQ(store->ListEnumerations(), Keys(walk.enumerations));
+  for (const auto& name : Numbered("t"))
+    EXPECT_EQ(Json(store->StructureInfo(name)), First(walk.structures, name)) << name;
+  for (const auto& name : Numbered("e"))
+    EXPECT_EQ(Json(store->EnumerationInfo(name)), First(walk.enumerations, name)) << name;
+  ExpectLookupsAsWalked(store, walk, Numbered("p"), Numbered("s"), Numbered("o"));
 }
 
 TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
   for (std::uint64_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Random random(seed);
+    Random random{std::mt19937(seed)};
     int next = 0;
     ExpectMetamodelLookupsAsWalked({MetamodelDocument(random, next),
                                     MetamodelDocument(random, next),
@@ -268,28 +245,18 @@ TEST(LookupDifferential, MetamodelStagesSpanAllSources) {
                                    named(D::Enumeration("e"), "a service"))));
   const std::string b = D::Doc(D::Package("pb", named(D::Structure("t", ""), "b package"), "", "{}",
                                           named(D::Enumeration("e"), "b package")));
-  MetamodelStore store = Metadata::Metamodel::MetadataContainer::GetInstance();
-  LoadAll<MetamodelStore, Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
-  EXPECT_EQ(Doc(store->EnumerationInfo("e")), "b package");
-  EXPECT_EQ(Doc(store->StructureInfo("t")), "b package");
+  const auto store = Metadata::Metamodel::MetadataContainer::GetInstance();
+  LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
+  const auto doc = [](const auto& record) { return record ? record->documentation : "-"; };
+  EXPECT_EQ(doc(store->EnumerationInfo("e")), "b package");
+  EXPECT_EQ(doc(store->StructureInfo("t")), "b package");
   ExpectMetamodelLookupsAsWalked({a, b});
 }
 
-// ---- Authentication
-
-// Records have no names of their own: each gets a scheme list of its own (the digits of a count,
-// as scheme names), which tells records apart.
-class AuthenticationDocs {
- public:
-  explicit AuthenticationDocs(std::uint64_t seed) : random_(seed) {}
-
-  std::string Document() {
-    return R"({"authentication":{"product":{)" + Component() + R"(},"component":{)" + Component() +
-           "}}}";
-  }
-
- private:
-  std::string Component() {
+// An Authentication document of random names. Records have no names of their own: each gets a
+// scheme list of its own (the digits of the count `next`, as scheme names).
+std::string AuthenticationDocument(Random& random, int& next) {
+  const auto component = [&] {
     std::string schemes;
     for (int k = 0; k < 10; ++k) {
       schemes += std::string(k ? "," : "") + "\"k" + std::to_string(k) +
@@ -297,74 +264,43 @@ class AuthenticationDocs {
                  R"(","type":"SESSIONLESS"})";
     }
     const auto members = [&](int count, auto id) {
-      return Items(count, [&] { return "\"" + id() + "\":" + Schemes(); });
+      return Items(count, [&] {
+        std::string list;
+        for (const char digit : std::to_string(next++))
+          list += std::string(list.empty() ? "" : ",") + "\"k" + digit + "\"";
+        return "\"" + id() + "\":[" + list + "]";
+      });
     };
-    const auto package = [&] {
-      return random_.Next(3) == 0 ? std::string("p.q") : random_.Name("p", 2);
-    };
-    const auto service = [&] { return package() + "." + random_.Name("s", 2); };
-    return R"("name":")" + random_.Name("c", 2) + R"(","schemes":{)" + schemes +
+    const auto package = [&] { return random.Next(3) == 0 ? "p.q" : random.Name("p", 2); };
+    const auto service = [&] { return package() + "." + random.Name("s", 2); };
+    return R"("name":")" + random.Name("c", 2) + R"(","schemes":{)" + schemes +
            R"(},"operations":{)" +
-           members(random_.Next(8), [&] { return service() + "." + random_.Name("o", 3); }) +
-           R"(},"services":{)" + members(random_.Next(4), service) + R"(},"packages":{)" +
-           members(random_.Next(3), package) + "}";
-  }
-  std::string Schemes() {
-    std::string list;
-    for (const char digit : std::to_string(next_++))
-      list += std::string(list.empty() ? "" : ",") + "\"k" + digit + "\"";
-    return "[" + list + "]";
-  }
-
-  Random random_;
-  int next_ = 1;
-};
-
-template <class Pointer>
-std::string Json(const Pointer& record) {
-  if (!record) return "-";
-  using Record = std::decay_t<decltype(*record)>;
-  return Ostra::Data::ToJson(
-      *Ostra::Data::TypeConverter<Record>::ToValue(*record, Ostra::L10n::RequestLocalizer()));
+           members(random.Next(8), [&] { return service() + "." + random.Name("o", 3); }) +
+           R"(},"services":{)" + members(random.Next(4), service) + R"(},"packages":{)" +
+           members(random.Next(3), package) + "}";
+  };
+  const std::string product = component();
+  return R"({"authentication":{"product":{)" + product + R"(},"component":{)" + component() + "}}}";
 }
 
 TEST(LookupDifferential, AuthenticationLookupsAnswerAsTheWalk) {
-  using Store = std::shared_ptr<Metadata::Authentication::MetadataContainer>;
+  const std::vector<std::string> packages = {"p0", "p1", "p.q", "p2", "p"};
+  std::vector<std::string> services;
+  for (const auto& package : packages) {
+    for (const char* name : {"s0", "s1", "s2"})
+      services.push_back(package + "." + name);
+  }
   for (std::uint64_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    AuthenticationDocs docs(seed);
-    Store store = Metadata::Authentication::MetadataContainer::GetInstance();
-    Entries<Au::PackageInfo> packages;
-    Entries<Au::ServiceInfo> services;
-    for (const auto& source : LoadAll<Store, Metadata::Authentication::JsonMetadataContainer>(
-             store, {docs.Document(), docs.Document(), docs.Document()})) {
-      for (const auto& component : source->components) {
-        Append(packages, component.second->packages);
-        for (const auto& package : component.second->packages)
-          Append(services, package.second->services);
-      }
-    }
-    EXPECT_EQ(store->ListPackages(), Keys<Au::PackageInfo>({&packages}));
-    EXPECT_EQ(store->ListServices(), Keys<Au::ServiceInfo>({&services}));
-    for (const char* package : {"p0", "p1", "p.q", "p2", "p"}) {
-      EXPECT_EQ(Json(store->PackageInfo(package)),
-                Json(First<Au::PackageInfo>({&packages}, package)));
-      for (const char* name : {"s0", "s1", "s2"}) {
-        const std::string service = std::string(package) + "." + name;
-        SCOPED_TRACE(service);
-        EXPECT_EQ(Json(store->ServiceInfo(service)),
-                  Json(First<Au::ServiceInfo>({&services}, service)));
-        EXPECT_EQ(Names(store->ListOperations(service)), Names(OperationsOf(services, service)));
-        for (const char* operation : {"o0", "o1", "o2", "o3"}) {
-          const auto walked = OperationOf(services, service, operation);
-          EXPECT_EQ(Json(store->OperationInfo(service, operation)), Json(walked)) << operation;
-        }
-      }
-    }
+    Random random{std::mt19937(seed)};
+    int next = 1;
+    const auto store = Metadata::Authentication::MetadataContainer::GetInstance();
+    const Walk walk(LoadAll<Metadata::Authentication::JsonMetadataContainer>(
+        store, {AuthenticationDocument(random, next), AuthenticationDocument(random, next),
+                AuthenticationDocument(random, next)}));
+    ExpectLookupsAsWalked(store, walk, packages, services, {"o0", "o1", "o2", "o3"});
   }
 }
-
-// ---- Cli
 
 // Commands of a few paths and names, each described by a text of its own.
 std::string CliDocument(Random& random, int& next) {
@@ -381,42 +317,38 @@ std::string CliDocument(Random& random, int& next) {
 }
 
 TEST(LookupDifferential, CliCommandsAnswerAsTheWalk) {
-  using Store = std::shared_ptr<Metadata::Cli::MetadataContainer>;
-  using Identity = CliB::CommandSvc::Identity;
+  using Identity = Com::Corvane::Ostra::Metadata::Cli::CommandSvc::Identity;
   for (std::uint64_t seed = 1; seed <= 40; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Random random(seed);
+    Random random{std::mt19937(seed)};
     int next = 0;
-    Store store = Metadata::Cli::MetadataContainer::GetInstance();
-    const auto sources = LoadAll<Store, Metadata::Cli::JsonMetadataContainer>(
+    const auto store = Metadata::Cli::MetadataContainer::GetInstance();
+    const auto sources = LoadAll<Metadata::Cli::JsonMetadataContainer>(
         store, {CliDocument(random, next), CliDocument(random, next), CliDocument(random, next)});
-    for (const boost::optional<std::string>& path :
-         {boost::optional<std::string>(), boost::make_optional(std::string()),
-          boost::make_optional(std::string("a")), boost::make_optional(std::string("a.b")),
-          boost::make_optional(std::string("ab")), boost::make_optional(std::string("c"))}) {
-      std::vector<std::string> walked, listed;
-      for (const auto& source : sources) {
-        for (const auto& command : source->commands) {
-          if (!path || command.first->path == *path)
-            walked.push_back(command.first->path + "/" + command.first->name);
-        }
+    Entries commands;  // "path/name" and description, in walking order
+    for (const auto& source : sources) {
+      for (const auto& command : source->commands) {
+        commands.emplace_back(command.first->path + "/" + command.first->name,
+                              command.second->description);
+      }
+    }
+    for (const auto& path : std::vector<boost::optional<std::string>>{
+             boost::none, std::string(), std::string("a"), std::string("a.b"), std::string("ab"),
+             std::string("c")}) {
+      std::list<std::string> walked, listed;
+      for (const auto& command : commands) {
+        if (!path || command.first.substr(0, command.first.rfind('/')) == *path)
+          walked.push_back(command.first);
       }
       for (const auto& id : store->ListCommands(path))
         listed.push_back(id->path + "/" + id->name);
       EXPECT_EQ(listed, walked) << (path ? *path : "(all)");
       if (!path) continue;
       for (const char* name : {"n0", "n1", "n2", "n3"}) {
-        const auto identity = std::make_shared<const Identity>(Identity{*path, name});
-        std::string first = "-";
-        for (const auto& source : sources) {
-          const auto it = source->commands.find(identity);
-          if (it != source->commands.end()) {
-            first = it->second->description;
-            break;
-          }
-        }
-        const auto info = store->CommandInfo(identity);
-        EXPECT_EQ(info ? info->description : "-", first) << *path << "/" << name;
+        const auto info =
+            store->CommandInfo(std::make_shared<const Identity>(Identity{*path, name}));
+        EXPECT_EQ(info ? info->description : "-", First(commands, *path + "/" + name))
+            << *path << "/" << name;
       }
     }
   }

@@ -73,17 +73,16 @@ const std::string kCli =
 
 // The three stores, each with one source made from a document text.
 Metadata::MetadataModel Load(const std::vector<std::string>& texts) {
-  const auto load = [](const std::string& text, const auto& store, auto loader) {
-    EXPECT_EQ(loader("one", *OstraTest::Parse(text), store), nullptr) << text;
-    return store;
-  };
   using Helper = Metadata::ProviderHelper;
-  return {load(texts[0], Metadata::Metamodel::MetadataContainer::GetInstance(),
-               [](auto&&... a) { return Helper::LoadMetamodelMetadataFile(a...); }),
-          load(texts[1], Metadata::Authentication::MetadataContainer::GetInstance(),
-               [](auto&&... a) { return Helper::LoadAuthnMetadataFile(a...); }),
-          load(texts[2], Metadata::Cli::MetadataContainer::GetInstance(),
-               [](auto&&... a) { return Helper::LoadCliMetadataFile(a...); })};
+  const auto metamodel = Metadata::Metamodel::MetadataContainer::GetInstance();
+  const auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
+  const auto cli = Metadata::Cli::MetadataContainer::GetInstance();
+  EXPECT_EQ(Helper::LoadMetamodelMetadataFile("one", *OstraTest::Parse(texts[0]), metamodel),
+            nullptr);
+  EXPECT_EQ(Helper::LoadAuthnMetadataFile("one", *OstraTest::Parse(texts[1]), authentication),
+            nullptr);
+  EXPECT_EQ(Helper::LoadCliMetadataFile("one", *OstraTest::Parse(texts[2]), cli), nullptr);
+  return {metamodel, authentication, cli};
 }
 
 // "level domain rule path: old -> new", "-" for a side without value.
@@ -119,33 +118,32 @@ void Check(const std::vector<Case>& cases) {
   }
 }
 
-TEST(ModelDiff, DefinitionsAddedAndRemoved) {
-  Check({{"renamed component, package, service, operation, structure and enumeration",
-          {{R"("name":"comp")", R"("name":"comp2")"},
-           {R"("name":"com.tern.orders",)", R"("name":"com.tern.sales",)"},
-           {R"("name":"com.tern.orders.Status")", R"("name":"com.tern.orders.State")"},
-           {R"("name":"com.tern.orders.Receipt")", R"("name":"com.tern.orders.Bill")"},
-           {R"("name":"com.tern.orders.desk")", R"("name":"com.tern.orders.till")"}},
-          {"breaking metamodel package-removed com.tern.orders: - -> -",
-           "safe metamodel structure-added com.tern.orders.Bill: - -> -",
-           "breaking metamodel structure-removed com.tern.orders.Receipt: - -> -",
-           "safe metamodel enumeration-added com.tern.orders.State: - -> -",
-           "breaking metamodel enumeration-removed com.tern.orders.Status: - -> -",
-           "breaking metamodel service-removed com.tern.orders.desk: - -> -",
-           "safe metamodel service-added com.tern.orders.till: - -> -",
-           "safe metamodel package-added com.tern.sales: - -> -",
-           "breaking metamodel component-removed comp: - -> -",
-           "safe metamodel component-added comp2: - -> -"}},
-         {"renamed operation",
-          {{R"("name":"create")", R"("name":"make")"}},
-          {"breaking metamodel operation-removed com.tern.orders.desk#create: - -> -",
-           "safe metamodel operation-added com.tern.orders.desk#make: - -> -"}}});
-}
-
-TEST(ModelDiff, ParametersResultAndErrors) {
+TEST(ModelDiff, EachChangeWithItsRuleAndLevel) {
   const std::string params = R"("params":[)";
+  const std::string line = R"("fields":[{"name":"sku")", order = R"("fields":[{"name":"lines")",
+                    receipt = R"("EUR"}],"fields":[])";
   Check(
-      {{"required parameter added",
+      {{"renamed component, package, service, operation, structure and enumeration",
+        {{R"("name":"comp")", R"("name":"comp2")"},
+         {R"("name":"com.tern.orders",)", R"("name":"com.tern.sales",)"},
+         {R"("name":"com.tern.orders.Status")", R"("name":"com.tern.orders.State")"},
+         {R"("name":"com.tern.orders.Receipt")", R"("name":"com.tern.orders.Bill")"},
+         {R"("name":"com.tern.orders.desk")", R"("name":"com.tern.orders.till")"}},
+        {"breaking metamodel package-removed com.tern.orders: - -> -",
+         "safe metamodel structure-added com.tern.orders.Bill: - -> -",
+         "breaking metamodel structure-removed com.tern.orders.Receipt: - -> -",
+         "safe metamodel enumeration-added com.tern.orders.State: - -> -",
+         "breaking metamodel enumeration-removed com.tern.orders.Status: - -> -",
+         "breaking metamodel service-removed com.tern.orders.desk: - -> -",
+         "safe metamodel service-added com.tern.orders.till: - -> -",
+         "safe metamodel package-added com.tern.sales: - -> -",
+         "breaking metamodel component-removed comp: - -> -",
+         "safe metamodel component-added comp2: - -> -"}},
+       {"renamed operation",
+        {{R"("name":"create")", R"("name":"make")"}},
+        {"breaking metamodel operation-removed com.tern.orders.desk#create: - -> -",
+         "safe metamodel operation-added com.tern.orders.desk#make: - -> -"}},
+       {"required parameter added",
         {{params, params + Field("note") + ","}},
         {"breaking metamodel parameter-added com.tern.orders.desk#create(note): - -> string"}},
        {"optional parameter added",
@@ -172,35 +170,23 @@ TEST(ModelDiff, ParametersResultAndErrors) {
        {"kind of a generic type changed",
         {{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
         {"breaking metamodel field-type-changed com.tern.orders.Order.lines: "
-         "list<com.tern.orders.Line> -> set<com.tern.orders.Line>"}}});
-}
-
-TEST(ModelDiff, FieldsBreakWhereParametersReachThem) {
-  const std::string line = R"("fields":[{"name":"sku")", order = R"("fields":[{"name":"lines")",
-                    receipt = R"("EUR"}],"fields":[])";
-  Check({{"required fields added to a parameter, a structure it reaches and a result",
-          {{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
-           {order, R"("fields":[)" + Field("id") + R"(,{"name":"lines")"},
-           {receipt, R"("EUR"}],"fields":[)" + Field("total") + "]"}},
-          {"breaking metamodel field-added com.tern.orders.Line.qty: - -> string",
-           "breaking metamodel field-added com.tern.orders.Order.id: - -> string",
-           "safe metamodel field-added com.tern.orders.Receipt.total: - -> string"}},
-         {"optional field added where a parameter reaches",
-          {{line, R"("fields":[)" + Field("qty", Generic("OPTIONAL", Ref("com.tern.Qty"))) +
-                      R"(,{"name":"sku")"}},
-          {"safe metamodel field-added com.tern.orders.Line.qty: - -> optional<com.tern.Qty>"}},
-         {"field renamed, field type changed",
-          {{R"("name":"sku")", R"("name":"code")"},
-           {R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
-          {"breaking metamodel field-added com.tern.orders.Line.code: - -> string",
-           "breaking metamodel field-removed com.tern.orders.Line.sku: string -> -",
-           "breaking metamodel field-type-changed com.tern.orders.Order.lines: "
-           "list<com.tern.orders.Line> -> set<com.tern.orders.Line>"}}});
-}
-
-TEST(ModelDiff, ConstantsEnumerationValuesAndDocumentation) {
-  Check(
-      {{"constant value changed",
+         "list<com.tern.orders.Line> -> set<com.tern.orders.Line>"}},
+       {"required fields added to a parameter, a structure it reaches and a result",
+        {{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
+         {order, R"("fields":[)" + Field("id") + R"(,{"name":"lines")"},
+         {receipt, R"("EUR"}],"fields":[)" + Field("total") + "]"}},
+        {"breaking metamodel field-added com.tern.orders.Line.qty: - -> string",
+         "breaking metamodel field-added com.tern.orders.Order.id: - -> string",
+         "safe metamodel field-added com.tern.orders.Receipt.total: - -> string"}},
+       {"optional field added where a parameter reaches",
+        {{line, R"("fields":[)" + Field("qty", Generic("OPTIONAL", Ref("com.tern.Qty"))) +
+                    R"(,{"name":"sku")"}},
+        {"safe metamodel field-added com.tern.orders.Line.qty: - -> optional<com.tern.Qty>"}},
+       {"field renamed",
+        {{R"("name":"sku")", R"("name":"code")"}},
+        {"breaking metamodel field-added com.tern.orders.Line.code: - -> string",
+         "breaking metamodel field-removed com.tern.orders.Line.sku: string -> -"}},
+       {"constant value changed",
         {{R"("EUR")", R"("USD")"}},
         {R"(breaking metamodel constant-value-changed com.tern.orders.Receipt::K: string "EUR" -> string "USD")"}},
        {"constant renamed",
@@ -219,43 +205,37 @@ TEST(ModelDiff, ConstantsEnumerationValuesAndDocumentation) {
         {"safe metamodel documentation-changed com.tern.orders.Status.OPEN:  -> Open.",
          "safe metamodel documentation-changed comp: d -> Tern",
          "safe cli documentation-changed orders.create: Create an order -> Place an order",
-         "safe cli documentation-changed orders.create --order: The order -> What to order"}}});
-}
-
-TEST(ModelDiff, AuthenticationPerLevel) {
-  Check({{"scheme required at a service",
-          {{R"(["key"])", R"(["key","session"])"}},
-          {"breaking authentication authentication-added com.tern.orders.desk: - -> "
-           "com.tern.session"}},
-         {"operation level gone",
-          {{R"(["session"])", "[]"}},
-          {"dangerous authentication authentication-removed com.tern.orders.desk#create: "
-           "com.tern.session -> -"}},
-         {"scheme type changed",
-          {{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},
-          {"dangerous authentication authentication-scheme-changed com.tern.orders.desk#create: "
-           "com.tern.session (session-aware, manager com.tern.sm) -> com.tern.session "
-           "(sessionless)"}}});
-}
-
-TEST(ModelDiff, CliCommandsAndOptions) {
-  Check({{"command renamed",
-          {{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
-          {"breaking cli cli-command-removed orders.create: - -> -",
-           "safe cli cli-command-added orders.place: - -> -"}},
-         {"operation, option type and option name changed",
-          {{R"("operation_id":"create")", R"("operation_id":"cancel")"},
-           {R"("generic":"none")", R"("generic":"list")"}},
-          {"dangerous cli cli-command-operation-changed orders.create: "
-           "com.tern.orders.desk#create -> com.tern.orders.desk#cancel",
-           "breaking cli cli-option-type-changed orders.create --order: string -> string (list)"}},
-         {"option renamed",
-          {{R"("long_option":"order")", R"("long_option":"id")"}},
-          {"safe cli cli-option-added orders.create --id: - -> string",
-           "breaking cli cli-option-removed orders.create --order: string -> -"}},
-         {"namespace described anew",
-          {{R"("description":"Orders")", R"("description":"All orders")"}},
-          {"safe cli documentation-changed orders: Orders -> All orders"}}});
+         "safe cli documentation-changed orders.create --order: The order -> What to order"}},
+       {"scheme required at a service",
+        {{R"(["key"])", R"(["key","session"])"}},
+        {"breaking authentication authentication-added com.tern.orders.desk: - -> "
+         "com.tern.session"}},
+       {"operation level gone",
+        {{R"(["session"])", "[]"}},
+        {"dangerous authentication authentication-removed com.tern.orders.desk#create: "
+         "com.tern.session -> -"}},
+       {"scheme type changed",
+        {{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},
+        {"dangerous authentication authentication-scheme-changed com.tern.orders.desk#create: "
+         "com.tern.session (session-aware, manager com.tern.sm) -> com.tern.session "
+         "(sessionless)"}},
+       {"command renamed",
+        {{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
+        {"breaking cli cli-command-removed orders.create: - -> -",
+         "safe cli cli-command-added orders.place: - -> -"}},
+       {"operation, option type and option name changed",
+        {{R"("operation_id":"create")", R"("operation_id":"cancel")"},
+         {R"("generic":"none")", R"("generic":"list")"}},
+        {"dangerous cli cli-command-operation-changed orders.create: "
+         "com.tern.orders.desk#create -> com.tern.orders.desk#cancel",
+         "breaking cli cli-option-type-changed orders.create --order: string -> string (list)"}},
+       {"option renamed",
+        {{R"("long_option":"order")", R"("long_option":"id")"}},
+        {"safe cli cli-option-added orders.create --id: - -> string",
+         "breaking cli cli-option-removed orders.create --order: string -> -"}},
+       {"namespace described anew",
+        {{R"("description":"Orders")", R"("description":"All orders")"}},
+        {"safe cli documentation-changed orders: Orders -> All orders"}}});
 }
 
 // Every object's members and every array's elements in reverse order, indented.

@@ -1,152 +1,85 @@
+// The reading frame of every loader: ParseJson, ParseStream and ParseSource over streams of every
+// kind, the nesting limit on a small stack, and the member access the parsers build on; and source
+// files that never end, are huge, come through a pipe or change while they are read: the store
+// answers at once, reads no more than it must, keeps nothing of a failed create and serves what
+// one whole load gave.
 #include "ostra/provider/parsed_metadata.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <future>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <rapidjson/istreamwrapper.h>
 
+#include "metamodel/documents.h"
 #include "ostra/core/crc32.h"
+#include "ostra/core/json.h"
+#include "ostra/metamodel/json_metadata_container.h"
+#include "ostra/metamodel/services.h"
 #include "test_store.h"
 
 namespace {
 
-using Ostra::Provider::Metadata::FindMember;
-using Ostra::Provider::Metadata::JsonDocument;
-using Ostra::Provider::Metadata::kReadBlock;
-using Ostra::Provider::Metadata::ParsedMetadata;
-using Ostra::Provider::Metadata::ParseStream;
-using Ostra::Provider::Metadata::ValToString;
-using OstraTest::Crc;
+using namespace Ostra::Provider::Metadata;
+using namespace OstraTest;
+using namespace OstraTest::MetamodelDocs;
+constexpr std::size_t kLimit = Ostra::kMaxDocumentJsonDepth;
 
-std::shared_ptr<ParsedMetadata> Parse(const std::string& text) {
-  std::istringstream in(text);
-  std::list<Ostra::BaseMessage> messages;
-  auto parsed = ParseStream(in, messages);
-  EXPECT_TRUE(messages.empty());
-  return parsed;
-}
-
-// A file read to its end is rewound: the fingerprint is of all its bytes. (Streams in memory are
-// compared with the stream wrapper below.)
-TEST(ParseStream, FingerprintCoversEveryByteOfAFile) {
-  const std::string spaced = "{ \"a\": [1, 2],\n  \"b\": \"x\" }\n";
-  const std::string path = testing::TempDir() + "/parse_stream_file.json";
-  std::ofstream(path, std::ios::binary) << spaced;
-  std::ifstream file(path, std::ios::binary);
-  std::list<Ostra::BaseMessage> messages;
-  const auto parsed = ParseStream(file, messages);
-  EXPECT_FALSE(parsed->document->HasParseError());
-  EXPECT_EQ(parsed->fingerprint, Crc(spaced));
-  std::remove(path.c_str());
-}
-
-// A stream buffer that cannot seek, as a pipe.
-class PipeBuffer : public std::streambuf {
+// A stream buffer over `data` that hands it out `piece` bytes at a time, as a pipe whose writer
+// sends in small pieces. Reads past the first `good` bytes throw,
+// as a file buffer does on a bad block (what an istream would turn into badbit). It seeks only when
+// `seekable`.
+class TestBuffer : public std::streambuf {
  public:
-  explicit PipeBuffer(std::string data) : data_(std::move(data)) {
-    setg(&data_[0], &data_[0], &data_[0] + data_.size());
-  }
-
- private:
-  std::string data_;
-};
-
-TEST(ParseStream, NonSeekableStreamFingerprintsWhatRemains) {
-  PipeBuffer buffer("{} x and more");
-  std::istream in(&buffer);
-  std::list<Ostra::BaseMessage> messages;
-  const auto parsed = ParseStream(in, messages);
-  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentRootNotSingular);
-  // The parser stopped at "x"; the failed rewind leaves the rest for the checksum.
-  EXPECT_EQ(parsed->fingerprint, Crc("x and more"));
-}
-
-// A seekable stream buffer whose reads fail after `good` bytes, as a file with a bad block: it
-// throws, as a file buffer does, what an istream would turn into badbit.
-class FailingBuffer : public std::streambuf {
- public:
-  FailingBuffer(std::string data, std::size_t good) : data_(std::move(data)), good_(good) {}
+  TestBuffer(std::string data, std::size_t piece, bool seekable = false,
+             std::size_t good = std::string::npos)
+      : data_(std::move(data)), piece_(piece), seekable_(seekable), good_(good) {}
 
  protected:
-  pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode) override {
-    const off_type base = dir == std::ios::beg ? 0 : dir == std::ios::cur ? at_ : data_.size();
-    return seekpos(base + off, std::ios::in);
-  }
-  pos_type seekpos(pos_type pos, std::ios::openmode) override {
-    at_ = static_cast<std::size_t>(pos);
-    return pos;
-  }
-  std::streamsize xsgetn(char* out, std::streamsize count) override {
-    if (at_ >= good_) throw std::ios_base::failure("read error");
-    const std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(count), good_ - at_);
-    data_.copy(out, n, at_);
-    at_ += n;
-    return static_cast<std::streamsize>(n);
-  }
   int_type underflow() override {
     if (at_ >= good_) throw std::ios_base::failure("read error");
-    return traits_type::to_int_type(data_[at_]);
+    if (at_ == data_.size()) return traits_type::eof();
+    char* begin = &data_[at_];
+    at_ += std::min(piece_, std::min(good_, data_.size()) - at_);
+    setg(begin, begin, &data_[0] + at_);
+    return traits_type::to_int_type(*begin);
+  }
+  pos_type seekoff(off_type off, std::ios::seekdir dir, std::ios::openmode) override {
+    const off_type here = static_cast<off_type>(at_) - (egptr() - gptr());
+    return seekpos(off + (dir == std::ios::beg   ? 0
+                          : dir == std::ios::cur ? here
+                                                 : data_.size()),
+                   std::ios::in);
+  }
+  pos_type seekpos(pos_type pos, std::ios::openmode) override {
+    if (!seekable_) return pos_type(off_type(-1));
+    at_ = static_cast<std::size_t>(pos);
+    setg(nullptr, nullptr, nullptr);
+    return pos;
   }
 
  private:
   std::string data_;
+  std::size_t piece_;
+  bool seekable_;
   std::size_t good_;
   std::size_t at_ = 0;
 };
-
-TEST(ParseStream, ReadErrorEndsTheTextWhereItHappened) {
-  FailingBuffer buffer(R"({"a":[1,2,3]})", 7);
-  std::istream in(&buffer);
-  std::list<Ostra::BaseMessage> messages;
-  const auto parsed = ParseStream(in, messages);
-  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorArrayMissCommaOrSquareBracket);
-  EXPECT_EQ(parsed->document->GetErrorOffset(), 7u);
-  EXPECT_EQ(parsed->fingerprint, Crc(R"({"a":[1)"));
-}
-
-TEST(ParseStream, ReadErrorsAnywhereNeverEscape) {
-  // Moved off its start, the stream is parsed from there and fingerprinted from 0: both readings
-  // meet the failing block.
-  FailingBuffer buffer(R"({"a":[1,2,3]})", 7);
-  std::istream in(&buffer);
-  in.seekg(2);
-  std::list<Ostra::BaseMessage> messages;
-  std::shared_ptr<ParsedMetadata> parsed;
-  ASSERT_NO_THROW(parsed = ParseStream(in, messages));
-  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorValueInvalid);  // at "a"
-  EXPECT_EQ(parsed->fingerprint, Crc(R"({"a":[1)"));
-
-  // A directory opens as a stream whose every read fails.
-  std::ifstream directory(testing::TempDir(), std::ios::binary);
-  ASSERT_TRUE(directory.is_open());
-  directory.seekg(1);
-  ASSERT_NO_THROW(parsed = ParseStream(directory, messages));
-  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentEmpty);
-  EXPECT_EQ(parsed->fingerprint, Crc(""));
-}
-
-TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
-  const auto parsed = Parse(R"({"a":1,"b":"x\u0000y","a":2})");
-  const auto& root = *parsed->document;
-  const auto a = FindMember(root, "a");
-  ASSERT_NE(a, root.MemberEnd());
-  EXPECT_EQ(a->value.GetInt(), 1);
-  EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
-  EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
-
-  // Names compare as C strings: up to a name's first NUL, and no further.
-  const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
-  EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);
-  EXPECT_EQ(FindMember(*nul->document, "ab")->value.GetInt(), 1);
-  EXPECT_EQ(FindMember(*nul->document, "abcd"), nul->document->MemberEnd());
-}
 
 // What reading through rapidjson's stream wrapper, rewinding and fingerprinting the stream gives:
 // the reference that the in-memory load must match for every input.
@@ -162,41 +95,14 @@ struct Reference {
   }
 };
 
-// A stream buffer that cannot seek and hands out its text `piece` bytes at a time, as a pipe whose
-// writer sends in small pieces. It counts the bytes it has handed out.
-class TricklingBuffer : public std::streambuf {
- public:
-  TricklingBuffer(std::string data, std::size_t piece) : data_(std::move(data)), piece_(piece) {}
-  std::size_t Delivered() const { return at_; }
-
- protected:
-  int_type underflow() override {
-    if (at_ == data_.size()) return traits_type::eof();
-    char* begin = &data_[at_];
-    at_ += std::min(piece_, data_.size() - at_);
-    setg(begin, begin, &data_[0] + at_);
-    return traits_type::to_int_type(*begin);
-  }
-
- private:
-  std::string data_;
-  std::size_t piece_;
-  std::size_t at_ = 0;
-};
-
 // ParseStream (from `start`, fingerprinted from 0) and ParseSource (through a stream that hands
 // out the text whole and through pipes that hand it out a few bytes at a time) give the
-// reference's outcome; ParseSource fingerprints a valid document whole, and a failed parse has
-// read no further than the piece holding the byte the parse stopped at.
+// reference's outcome; ParseSource fingerprints a valid document whole.
 void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
-  std::istringstream referenceIn(text), fastIn(text), wrapped(text);
+  std::istringstream referenceIn(text), fastIn(text);
   referenceIn.seekg(start);
   fastIn.seekg(start);
   const Reference reference(referenceIn);
-  rapidjson::BasicIStreamWrapper<std::istream> wrapper(wrapped);
-  JsonDocument stopped;
-  stopped.ParseStream<rapidjson::kParseDefaultFlags, rapidjson::UTF8<char>>(wrapper);
-  const std::size_t taken = wrapper.Tell();
   const std::string shown = text.substr(0, 60);
   const auto check = [&](const ParsedMetadata& parsed, const std::string& how, bool source) {
     const auto& document = *parsed.document;
@@ -208,23 +114,17 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
       EXPECT_TRUE(document == reference.document) << how << shown;
     }
   };
-  std::list<Ostra::BaseMessage> messages;
+  Messages messages;
   check(*ParseStream(fastIn, messages), "stream: ", false);
   EXPECT_TRUE(messages.empty());
   EXPECT_TRUE(fastIn.good());  // rewound and readable, as after the reference
   if (start != 0) return;
   std::istringstream whole(text);
-  check(*Ostra::Provider::Metadata::ParseSource(whole), "whole: ", true);
+  check(*ParseSource(whole), "whole: ", true);
   for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{4096}}) {
-    TricklingBuffer buffer(text, piece);
+    TestBuffer buffer(text, piece);
     std::istream pipe(&buffer);
-    const auto parsed = Ostra::Provider::Metadata::ParseSource(pipe);
-    const std::string how = "pieces of " + std::to_string(piece) + ": ";
-    check(*parsed, how, true);
-    if (parsed->document->HasParseError() &&
-        parsed->document->GetParseError() != rapidjson::kParseErrorTermination) {
-      EXPECT_LE(buffer.Delivered(), taken + piece) << how << shown;
-    }
+    check(*ParseSource(pipe), "pieces of " + std::to_string(piece) + ": ", true);
   }
 }
 
@@ -252,10 +152,270 @@ TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
   for (const std::size_t at : {kReadBlock - 1, kReadBlock, kReadBlock + 1})
     ExpectSameAsReference("[" + std::string(at - 1, ' ') + "x]");
   for (const char* name : {"metamodel.json", "authentication.json", "cli.json"}) {
-    const std::string text = OstraTest::ExampleText(name);
+    const std::string text = ExampleText(name);
     ExpectSameAsReference(text);
     // A stream that does not start at 0: parsed from there, fingerprinted from 0.
     ExpectSameAsReference(text, 40);
+  }
+}
+
+// A stream that cannot seek is fingerprinted over what it still delivers; a read error ends the
+// text where it happened, also for a stream moved off its start (parsed from there, fingerprinted
+// from 0: both readings meet the bad block) and a directory, whose every read fails.
+TEST(ParseStream, UnseekableAndFailingStreamsNeverThrow) {
+  const std::string text = R"({"a":[1,2,3]})";
+  TestBuffer pipe("{} x and more", 4096), failing(text, 4096, true, 7), moved(text, 4096, true, 7);
+  std::istream pipeIn(&pipe), failingIn(&failing), movedIn(&moved);
+  movedIn.seekg(2);
+  std::ifstream directory(testing::TempDir(), std::ios::binary);
+  ASSERT_TRUE(directory.is_open());
+  directory.seekg(1);
+  struct Case {
+    std::istream& in;
+    rapidjson::ParseErrorCode code;
+    std::size_t offset;
+    std::string fingerprint;
+  } const cases[] = {
+      {pipeIn, rapidjson::kParseErrorDocumentRootNotSingular, 3, Crc("x and more")},
+      {failingIn, rapidjson::kParseErrorArrayMissCommaOrSquareBracket, 7, Crc(text.substr(0, 7))},
+      {movedIn, rapidjson::kParseErrorValueInvalid, 0, Crc(text.substr(0, 7))},  // at "a"
+      {directory, rapidjson::kParseErrorDocumentEmpty, 0, Crc("")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.fingerprint);
+    Messages messages;
+    std::shared_ptr<ParsedMetadata> parsed;
+    ASSERT_NO_THROW(parsed = ParseStream(c.in, messages));
+    EXPECT_EQ(parsed->document->GetParseError(), c.code);
+    EXPECT_EQ(parsed->document->GetErrorOffset(), c.offset);
+    EXPECT_EQ(parsed->fingerprint, c.fingerprint);
+  }
+}
+
+TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
+  const auto parsed = Parse(R"({"a":1,"b":"x\u0000y","a":2})");
+  const auto& root = *parsed->document;
+  EXPECT_EQ(FindMember(root, "a")->value.GetInt(), 1);
+  EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
+  EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
+
+  // Names compare as C strings: up to a name's first NUL, and no further.
+  const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
+  EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);
+  EXPECT_EQ(FindMember(*nul->document, "ab")->value.GetInt(), 1);
+  EXPECT_EQ(FindMember(*nul->document, "abcd"), nul->document->MemberEnd());
+}
+
+// Runs `body` on a thread with a 256 KiB stack, as a host's worker thread may have.
+void OnSmallStack(std::function<void()> body) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+  pthread_t thread;
+  const auto run = [](void* f) -> void* {
+    return (*static_cast<std::function<void()>*>(f))(), nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
+  pthread_join(thread, nullptr);
+}
+
+std::string Nested(std::size_t depth, const std::string& open, const std::string& close,
+                   const std::string& inner = "") {
+  std::string text;
+  for (std::size_t i = 0; i < depth; ++i)
+    text += open;
+  text += inner;
+  for (std::size_t i = 0; i < depth; ++i)
+    text += close;
+  return text;
+}
+
+class DeepNesting : public TempFilesTest {};
+
+// The three readers stop at the first bracket beyond the limit, keep an error met before it, and
+// give the depth back at each closing bracket; a document 10,000,000 levels deep fails at once and
+// its file fails to load with the parse error.
+TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack) {
+  const std::string mixed = Nested(kLimit / 2, R"({"k": [)", "]}", "1");
+  const std::string prefix = R"({"metamodel":{"component":{"name":"c","metadata":)";
+  const std::string veryDeep = prefix + std::string(10000000, '[');
+  const std::size_t deepOffset = prefix.size() + kLimit - 3;
+  using namespace rapidjson;
+  struct Case {
+    std::string text;
+    ParseErrorCode code;
+    std::size_t offset;
+  } const cases[] = {
+      {Nested(kLimit, "[", "]"), kParseErrorNone, 0},
+      {Nested(kLimit, R"({"a":)", "}", "1"), kParseErrorNone, 0},
+      {Nested(kLimit + 1, "[", "]"), kParseErrorTermination, kLimit},
+      {mixed, kParseErrorNone, 0},
+      {R"([{"k": )" + mixed + "}]", kParseErrorTermination, 7 + (kLimit - 2) / 2 * 7},
+      {"[[1 2" + std::string(10000000, '['), kParseErrorArrayMissCommaOrSquareBracket, 4},
+      {"[" + Nested(kLimit - 1, "[", "]") + "," + Nested(kLimit - 1, "[", "]") + "]",
+       kParseErrorNone, 0},
+      {veryDeep, kParseErrorTermination, deepOffset},
+  };
+  const std::string path = Write("deep", veryDeep);
+  OnSmallStack([&] {
+    for (const Case& c : cases) {
+      SCOPED_TRACE(c.text.substr(0, 40));
+      std::istringstream forJson(c.text), forStream(c.text), forSource(c.text);
+      JsonDocument json;
+      ParseJson(forJson, json);
+      Messages messages;
+      const auto stream = ParseStream(forStream, messages), source = ParseSource(forSource);
+      for (const JsonDocument* document : {&json, stream->document.get(), source->document.get()}) {
+        EXPECT_EQ(document->GetParseError(), c.code);
+        EXPECT_EQ(document->GetErrorOffset(), c.offset);
+      }
+    }
+    const auto store = Metamodel::MetadataContainer::GetInstance();
+    const auto error = store->CreateSource("deep", FileSpec(path));
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(OnlyMessage(*error),
+              "ostra.metadata.metamodel.parse.error: 16 " + std::to_string(deepOffset));
+  });
+}
+
+// The deepest generic type reference that a document can hold loads on a small stack (one level
+// more is beyond the limit). A host's call converts the record to a data value and to JSON,
+// recursively: on the main thread's stack even the deepest type is served.
+TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
+  const auto document = [](std::size_t levels) {
+    const std::string type =
+        Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
+               R"({"category":"BUILTIN","primitive_type":"STRING"})");
+    return Doc(Package("p", Structure("p.S", Field("f", type))));
+  };
+  // Root, "metamodel", component, packages, package, structures, structure, fields, field: the
+  // field's type is the tenth level, and each element type one more.
+  const std::size_t levels = kLimit - 10;
+  const std::string deepest = Write("deepest", document(levels));
+  const auto store = Metamodel::MetadataContainer::GetInstance();
+  OnSmallStack([&] {
+    const auto error = store->CreateSource("deepest", FileSpec(deepest));
+    ASSERT_EQ(error, nullptr) << OnlyMessage(*error);
+    std::size_t depth = 0;
+    for (auto link = store->StructureInfo("p.S")->fields.front()->type; link->generic_instantiation;
+         link = link->generic_instantiation->element_type)
+      ++depth;
+    EXPECT_EQ(depth, levels);
+  });
+
+  const auto api = Com::Corvane::Ostra::Metadata::Metamodel::StructureSvc::AsyncServiceBinder::
+      BindImplementation(Metamodel::StructureSvc::AsyncServiceImpl::GetInstance(store));
+  std::string answer;
+  api->Invoke("get",
+              static_cast<const Ostra::Data::StructValue&>(
+                  *Ostra::Data::FromJson(R"({"structure_id":"p.S"})")),
+              std::make_shared<Ostra::Core::AsyncActivation>(),
+              [&](const Ostra::Data::ValuePtr& value, const auto&) {
+                answer = value ? Ostra::Data::ToJson(*value) : "";
+              });
+  std::size_t generics = 0;
+  for (std::size_t at = answer.find("\"LIST\""); at != std::string::npos;
+       at = answer.find("\"LIST\"", at + 1))
+    ++generics;
+  EXPECT_EQ(generics, levels);
+}
+
+using HostileSources = MetamodelStoreTest;
+
+// Peak resident memory of this process so far, in KiB.
+long PeakResidentKiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+// Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
+// far less than the file.
+TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
+  const std::string sparse = Write("sparse", "");
+  ASSERT_EQ(truncate(sparse.c_str(), off_t{2} << 30), 0);
+  const long before = PeakResidentKiB();
+  for (const std::string& path : {std::string("/dev/zero"), sparse, std::string("/dev/urandom")}) {
+    const auto error = store_->CreateSource("s", FileSpec(path));
+    ASSERT_NE(error, nullptr);
+    const std::string message = OnlyMessage(*error);
+    if (path == "/dev/urandom") {  // where it fails cannot be known
+      EXPECT_EQ(message.substr(0, 37), "ostra.metadata.metamodel.parse.error:");
+    } else {
+      EXPECT_EQ(message, "ostra.metadata.metamodel.parse.error: 1 0") << path;
+    }
+  }
+  EXPECT_LT(PeakResidentKiB() - before, 32 * 1024);
+  EXPECT_TRUE(store_->ListSources().empty());
+}
+
+// A pipe whose writer stays open after text that stops being JSON fails at once.
+TEST_F(HostileSources, APipeIsAnsweredAtItsFirstBadByte) {
+  const std::string fifo = Write("pipe", "") + ".fifo", text = R"({"metamodel": nope)";
+  unlink(fifo.c_str());  // left by a run that crashed
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::promise<void> release;
+  std::atomic<bool> closed{false};
+  std::thread writer([&, released = release.get_future()] {
+    const int fd = open(fifo.c_str(), O_WRONLY);  // once the store opens the pipe
+    if (fd < 0) return;
+    EXPECT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    released.wait_for(std::chrono::seconds(60));
+    closed = true;
+    close(fd);
+  });
+  const auto error = store_->CreateSource("p", FileSpec(fifo));
+  EXPECT_FALSE(closed);
+  release.set_value();
+  writer.join();
+  unlink(fifo.c_str());
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(OnlyMessage(*error), "ostra.metadata.metamodel.parse.error: 3 15");
+}
+
+// One thread rewrites the file while another reloads. Rewritten in place, in small pieces, the
+// file may be read half old and half new, which can even parse; rewritten by renaming a new file
+// over it, every reload sees one whole version. Either way each reload answers success and the
+// store lists exactly what one load gave: its data and its fingerprint come from the same bytes.
+TEST_F(HostileSources, RewrittenWhileReloading) {
+  const std::string versions[] = {NamedDoc("one", Package("p", "", Service("p.s"))),
+                                  NamedDoc("two", Package("p", "", Service("p.t")))};
+  const std::string prints[] = {Crc(Crc(versions[0])), Crc(Crc(versions[1]))};
+  const std::string path = Add("a", versions[0]);
+  const std::string next = Write("next", "");
+  for (const bool atomic : {false, true}) {
+    SCOPED_TRACE(atomic ? "renamed over" : "rewritten in place");
+    std::atomic<bool> stop{false};
+    std::atomic<int> written{0};
+    std::thread writer([&] {
+      for (int round = 0; !stop; ++round) {
+        const std::string& text = versions[round % 2];
+        std::ofstream file(atomic ? next : path, std::ios::binary | std::ios::trunc);
+        for (std::size_t at = 0; at < text.size(); at += 7)
+          file << text.substr(at, 7) << std::flush;
+        file.close();
+        if (atomic) std::rename(next.c_str(), path.c_str());
+        ++written;
+      }
+    });
+    for (int i = 0; i < 300 || written < 20; ++i) {
+      ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
+      const std::string fingerprint = store_->SourceFingerprint(std::string("a"));
+      const auto components = store_->ListComponents();
+      const auto services = store_->ListServices();
+      ASSERT_EQ(components.size(), 1u);
+      ASSERT_EQ(services.size(), 1u);
+      const std::string held = components.front() + " " + services.front();
+      EXPECT_TRUE(fingerprint == prints[0] || fingerprint == prints[1] || !atomic);
+      if (fingerprint == prints[0] || fingerprint == prints[1]) {
+        EXPECT_EQ(held, fingerprint == prints[0] ? "one p.s" : "two p.t");
+      }
+    }
+    stop = true;
+    writer.join();
+    // The next reload picks up the version written last.
+    ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
+    EXPECT_EQ(store_->SourceFingerprint(std::string("a")), prints[(written - 1) % 2]);
   }
 }
 

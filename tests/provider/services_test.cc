@@ -21,18 +21,19 @@ namespace Metadata = Ostra::Provider::Metadata;
 namespace Binding = Com::Corvane::Ostra::Metadata;
 namespace Errors = Com::Corvane::Ostra::Std::Errors;
 
+const std::string kPrefix = "com.corvane.ostra.metadata.", kExamples = OSTRA_EXAMPLES_DIR "/";
+
 class Services : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(metamodel_->CreateSource("m", FileSpec(OSTRA_EXAMPLES_DIR "/metamodel.json")),
-              nullptr);
+    // Loaded through the helper: from files, and the Authentication document parsed first.
     ASSERT_EQ(
-        authentication_->CreateSource("a", FileSpec<Binding::Authentication::SourceSvc::CreateSpec>(
-                                               OSTRA_EXAMPLES_DIR "/authentication.json")),
+        ProviderHelper::LoadMetamodelMetadataFile("m", kExamples + "metamodel.json", metamodel_),
         nullptr);
-    ASSERT_EQ(cli_->CreateSource("c", FileSpec<Binding::Cli::SourceSvc::CreateSpec>(
-                                          OSTRA_EXAMPLES_DIR "/cli.json")),
+    ASSERT_EQ(ProviderHelper::LoadAuthnMetadataFile("a", *Parse(ExampleText("authentication.json")),
+                                                    authentication_),
               nullptr);
+    ASSERT_EQ(ProviderHelper::LoadCliMetadataFile("c", kExamples + "cli.json", cli_), nullptr);
     ProviderHelper::BoundList all = ProviderHelper::MetamodelInterfaces(metamodel_);
     all.splice(all.end(), ProviderHelper::AuthnInterfaces(authentication_));
     all.splice(all.end(), ProviderHelper::CliInterfaces(cli_));
@@ -43,7 +44,7 @@ class Services : public testing::Test {
     all.push_back(Binding::Cli::SourceSvc::AsyncServiceBinder::BindImplementation(
         Metadata::Cli::SourceSvc::AsyncServiceImpl::GetInstance(cli_)));
     for (const auto& service : all)  // by identifier, after the common prefix
-      services_[service->GetIdentifier().substr(27)] = service;
+      services_[service->GetIdentifier().substr(kPrefix.size())] = service;
   }
 
   // Calls an operation with JSON input: the result as JSON, "KIND id: args" for an error, or
@@ -108,7 +109,7 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   lookup("metamodel.component", "get", "component_id", fleet, AsJson(mm.ComponentInfo(fleet)),
          "metamodel.component");
   lookup("metamodel.component", "fingerprint", "component_id", fleet,
-         Quoted(mm.ComponentFingerprint(fleet)), "metamodel.component");
+         Quoted(Crc(ExampleText("metamodel.json"))), "metamodel.component");
   lookup("metamodel.package", "get", "package_id", vehicles, AsJson(mm.PackageInfo(vehicles)),
          "metamodel.package");
   lookup("metamodel.service", "get", "service_id", planner, AsJson(mm.ServiceInfo(planner)),
@@ -146,12 +147,17 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
           {"metamodel.resource", "list", "{}", AsJson(mm.ListResources())},
           {"metamodel.source", "list", "{}", R"(["m"])"},
           {"metamodel.source", "fingerprint", "{}", Quoted(mm.SourceFingerprint(boost::none))},
-          {"metamodel.source", "get", R"({"source_id":"m"})", AsJson(mm.SourcesInfo("m"))},
+          // The helper describes a source by its id, and a parsed one by no path.
+          {"metamodel.source", "get", R"({"source_id":"m"})",
+           R"({"description":"m","type":"FILE","filepath":")" + kExamples +
+               "metamodel.json\",\"address\":null}"},
+          {"authentication.source", "get", R"({"source_id":"a"})",
+           R"({"description":"a","type":"FILE","filepath":null,"address":null})"},
           {"metamodel.source", "delete", R"({"source_id":"zz"})",
            notFound + "metamodel.source.not.found: zz"},
           {"authentication.component", "list", "{}", AsJson(au.ListComponents())},
           {"authentication.component", "fingerprint", R"({"component_id":")" + fleet + "\"}",
-           Quoted(au.ComponentFingerprint(fleet))},
+           Quoted(Crc(ExampleText("authentication.json")))},
           {"authentication.package", "list", "{}", AsJson(au.ListPackages())},
           {"authentication.service", "list", "{}", AsJson(au.ListServices())},
           {"authentication.service.operation", "list", R"({"service_id":")" + registry + "\"}",
@@ -198,13 +204,35 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   EXPECT_EQ(called.size(), 18u);
 
   // Source mutations through Invoke: a Void success answers null.
-  const std::string created = Call(
-      "metamodel.source", "create",
-      R"({"source_id":"n","spec":{"description":"d","type":"FILE","filepath":")" OSTRA_EXAMPLES_DIR
-      R"(/metamodel.json"}})");
+  const std::string created =
+      Call("metamodel.source", "create",
+           R"({"source_id":"n","spec":{"description":"d","type":"FILE","filepath":")" + kExamples +
+               R"(metamodel.json"}})");
   EXPECT_EQ(created, "null");
   EXPECT_EQ(Call("metamodel.source", "delete", R"({"source_id":"n"})"), "null");
   EXPECT_EQ(Call("metamodel.source", "list", "{}"), R"(["m"])");
+}
+
+// The helper binds the services in a fixed order, and all but the source services anonymously.
+TEST_F(Services, HelperBindsInOrderAndAllButSourceServicesAnonymously) {
+  const auto identifiers = [](const ProviderHelper::BoundList& list) {
+    std::string text;
+    for (const auto& service : list)
+      text += service->GetIdentifier().substr(kPrefix.size()) + " ";
+    return text;
+  };
+  EXPECT_EQ(identifiers(ProviderHelper::MetamodelInterfaces(metamodel_)),
+            "metamodel.component metamodel.enumeration metamodel.package metamodel.resource.model "
+            "metamodel.resource metamodel.service.hidden metamodel.service.operation "
+            "metamodel.service metamodel.structure ");
+  EXPECT_EQ(identifiers(ProviderHelper::CliInterfaces(cli_)), "cli.namespace cli.command ");
+  std::set<std::string> anonymous;
+  for (const auto& service : services_) {
+    if (service.first.find(".source") == std::string::npos)
+      anonymous.insert(kPrefix + service.first);
+  }
+  EXPECT_EQ(anonymous.size(), 15u);
+  EXPECT_EQ(ProviderHelper::MetadataAnonSvcNames(), anonymous);
 }
 
 // A well-formed value of every input name; records are objects.
@@ -292,10 +320,8 @@ TEST_F(Services, BundledExampleCommandsCallMetamodelOperations) {
         << command->service_id << " " << command->operation_id;
   }
   using NsId = Binding::Cli::Namespace_Svc::Identity;
-  const auto fleet = cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}));
-  EXPECT_EQ(fleet->description,
-            "Larkspur Fleet: vehicles, routes and telemetry of a delivery fleet.");
-  EXPECT_EQ(fleet->children.size(), 3u);
+  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
+            3u);
 }
 
 }  // namespace
