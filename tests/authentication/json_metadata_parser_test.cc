@@ -83,7 +83,6 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
       {"syntax", "{\"authentication\":", false, "",
        "ostra.metadata.authentication.parse.error 3 18"},
       {"no section", "{}", false, "", "missing authentication"},
-      {"section not an object", R"({"authentication":[]})", false, "", "invalid authentication"},
       {"neither product nor component", R"({"authentication":{}})", true, "",
        "missing product; missing component"},
       {"failed product, good component",
