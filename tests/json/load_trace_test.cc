@@ -11,30 +11,33 @@ namespace {
 
 using namespace Ostra::Provider::Metadata;
 
-// Loads `text` into a fresh store of the domain its root member names, under a trace; answers
-// the pointer of the fault recorded (with "@" for a member name), its id, and whether the load
-// succeeded.
 struct Traced {
   std::string pointer, id;
   bool loaded;
 };
+// `parsed` loaded as source "s" of a fresh store of a domain.
+template <class Container, class Spec>
+std::shared_ptr<const Ostra::Data::ErrorValue> LoadInto(ParsedMetadata& parsed) {
+  return Container::GetInstance()->CreateSourceFromMetadata("s", parsed,
+                                                            OstraTest::FileSpec<Spec>("x.json"));
+}
+namespace Binding = Com::Corvane::Ostra::Metadata;
+const auto LoadCli = LoadInto<Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec>;
+
+// Loads `text` into a fresh store of the domain its root member names, under a trace; answers
+// the pointer of the fault recorded (with "@" for a member name), its id, and whether the load
+// succeeded.
 Traced Load(const std::string& text) {
   auto parsed = OstraTest::Parse(text);
   LoadTrace trace;
-  std::shared_ptr<const Ostra::Data::ErrorValue> error;
-  if (text.find("\"metamodel\"") != std::string::npos) {
-    error = Metamodel::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed, OstraTest::FileSpec("x.json"));
-  } else if (text.find("\"authentication\"") != std::string::npos) {
-    error = Authentication::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec>(
-            "x.json"));
-  } else {
-    error = Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
-  }
+  const auto error =
+      text.find("\"metamodel\"") != std::string::npos
+          ? LoadInto<Metamodel::MetadataContainer, Binding::Metamodel::SourceSvc::CreateSpec>(
+                *parsed)
+      : text.find("\"authentication\"") != std::string::npos
+          ? LoadInto<Authentication::MetadataContainer,
+                     Binding::Authentication::SourceSvc::CreateSpec>(*parsed)
+          : LoadCli(*parsed);
   if (trace.Entries().empty()) return {"(nothing)", "", error == nullptr};
   // The fault: the last message that is not about an absent member, else the last one.
   auto last = trace.Entries().back();
@@ -99,11 +102,7 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
 
 TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
   auto parsed = OstraTest::Parse(R"({"cli":{}})");
-  const auto load = [&parsed]() {
-    Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
-  };
+  const auto load = [&parsed] { LoadCli(*parsed); };
   load();  // no trace: nothing to record into
   LoadTrace outer;
   {
