@@ -45,11 +45,26 @@ Load LoadText(const std::string& text) {
   return load;
 }
 
-// A document of one command node whose "node_metadata" members follow the two ids.
+std::string NsNode(const std::string& path, const std::string& name, const std::string& text) {
+  return R"({"type":"namespace","path":")" + path + R"(","name":")" + name +
+         R"(","description":")" + text + R"("})";
+}
+// A command node whose "node_metadata" members follow the two ids.
+std::string CmdNode(const std::string& path, const std::string& name,
+                    const std::string& metadata = "") {
+  return R"({"type":"command","path":")" + path + R"(","name":")" + name +
+         R"(","description":"d","node_metadata":{"service_id":"s","operation_id":"o")" +
+         (metadata.empty() ? "" : "," + metadata) + "}}";
+}
+std::string Doc(const std::vector<std::string>& nodes) {
+  std::string text = R"({"cli":[)";
+  for (const auto& node : nodes)
+    text += (text.back() == '[' ? "" : ",") + node;
+  return text + "]}";
+}
+// A document of one command node.
 std::string Command(const std::string& metadata) {
-  return R"({"cli":[{"type":"command","path":"a","name":"run","description":"d",)"
-         R"("node_metadata":{"service_id":"s","operation_id":"o")" +
-         (metadata.empty() ? "" : "," + metadata) + "}}]}";
+  return Doc({CmdNode("a", "run", metadata)});
 }
 
 // An option entry with every member but "short_option", ending with the given "generic".
@@ -190,22 +205,6 @@ std::vector<std::string> Names(const List& ids) {
   return names;
 }
 
-std::string NsNode(const std::string& path, const std::string& name, const std::string& text) {
-  return R"({"type":"namespace","path":")" + path + R"(","name":")" + name +
-         R"(","description":")" + text + R"("})";
-}
-std::string CmdNode(const std::string& path, const std::string& name, const std::string& op) {
-  return R"({"type":"command","path":")" + path + R"(","name":")" + name +
-         R"(","description":"d","node_metadata":{"service_id":"s","operation_id":")" + op +
-         R"("}})";
-}
-std::string Doc(const std::vector<std::string>& nodes) {
-  std::string text = R"({"cli":[)";
-  for (const auto& node : nodes)
-    text += (text.back() == '[' ? "" : ",") + node;
-  return text + "]}";
-}
-
 Impl::SourceData Index(const std::vector<std::string>& nodes) {
   auto spec = OstraTest::FileSpec<Spec>("unused");
   Impl::SourceData source(spec);
@@ -229,7 +228,7 @@ TEST(CliSourceData, AncestorsAreMadeUpToTheRootWhichListsItself) {
   const auto source =
       Index({NsNode("storage", "disk", "Disks"), NsNode("", "net", "Network"),
              NsNode("storage", "tape", "Tapes"), NsNode("storage", "disk", "Disks again"),
-             CmdNode("storage", "mount", "m")});
+             CmdNode("storage", "mount")});
   std::vector<std::string> all;
   for (const auto& entry : source.namespaces)
     all.push_back(entry.first->path + "/" + entry.first->name);
@@ -262,12 +261,11 @@ TEST(CliSourceData, TheLongerDescriptionWinsAndTheLaterOnATie) {
 }
 
 TEST_F(CliStoreTest, NamespacesAreMergedAcrossSources) {
-  const std::string textB =
-      Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
-           CmdNode("storage", "mount", "b-mount"), CmdNode("storage.disk", "format", "f"),
-           NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")});
+  const std::string textB = Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
+                                 CmdNode("storage", "mount"), CmdNode("storage.disk", "format"),
+                                 NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")});
   const std::string textA = Doc({NsNode("storage", "tape", "A tapes"), NsNode("", "leaf", "A leaf"),
-                                 CmdNode("storage", "mount", "a-mount")});
+                                 CmdNode("storage", "mount")});
   Add("b", textB);
   Add("a", textA);
 

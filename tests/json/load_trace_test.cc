@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "metamodel/documents.h"
 #include "ostra/metadata_services.h"
 #include "test_store.h"
 
@@ -50,14 +51,10 @@ Traced Load(const std::string& text) {
 }
 
 TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
-  const std::string component = R"("name":"k","documentation":"","metadata":{},)";
-  const std::string structure =
-      R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{},"enumerations":[],)";
-  const auto package = [&](const std::string& structures) {
-    return R"({"metamodel":{"component":{)" + component +
-           R"("packages":[{"name":"p","documentation":"","metadata":{},"enumerations":[],)"
-           R"("services":[],"structures":[)" +
-           structures + "]}]}}}";
+  using namespace OstraTest::MetamodelDocs;
+  const auto structure = [](const std::string& fields, const std::string& metadata = "{}",
+                            const std::string& constants = "") {
+    return Doc(Package("p", Structure("S", fields, metadata, "STRUCTURE", constants)));
   };
   const struct {
     std::string text, pointer, id;
@@ -65,16 +62,14 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
   } cases[] = {
       {R"({"metamodel":{"component":{"name":"k","documentaton":""}}})", "/metamodel/component",
        "ostra.metadata.json.missing.field", false},
-      {package(structure + R"("constants":[],"fields":[{"name":"f","documentation":"",)"
-                           R"("metadata":{},"type":{"category":"GENERIC","generic_type":"LIST",)"
-                           R"("element_type":{"category":"BUILTIN","primitive_type":"INT"}}}]})"),
+      {structure(Field("f", R"({"category":"GENERIC","generic_type":"LIST",)"
+                            R"("element_type":{"category":"BUILTIN","primitive_type":"INT"}})")),
        "/metamodel/component/packages/0/structures/0/fields/0/type/element_type/primitive_type",
        "ostra.metadata.json.invalid.enum.value", false},
       // A constant without a string form fails without a message; the trace still places it.
-      {package(structure + R"("constants":[{"name":"C","documentation":"","type":)"
-                           R"({"category":"PRIMITIVE","type":"LONG"},"value":"1"}],"fields":[]})"),
+      {structure("", "{}", Constant(R"({"category":"PRIMITIVE","type":"LONG"})", R"("1")")),
        "/metamodel/component/packages/0/structures/0/constants/0/value", "", false},
-      {package(R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{"a/b~":7}})"),
+      {structure("", R"({"a/b~":7})"),
        "/metamodel/component/packages/0/structures/0/metadata/a~1b~0",
        "ostra.metadata.json.invalid.field", false},
       {R"({"cli":[{"type":"namespace","path":"","name":"n","description":""},{"type":"Command"}]})",
