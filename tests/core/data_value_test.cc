@@ -6,8 +6,10 @@
 
 #include <string>
 
+#include "ostra/core/enum.h"
 #include "ostra/core/json.h"
 #include "ostra/std_bindings/cli.h"
+#include "ostra/std_bindings/errors.h"
 #include "ostra/std_bindings/metamodel.h"
 
 namespace {
@@ -56,70 +58,67 @@ TEST(DataJson, RejectsBrokenAndTooDeepInput) {
   EXPECT_EQ(FromJson(std::string(1000000, '[') + std::string(1000000, ']')), nullptr);
 }
 
+// A record to a value and back, directly and through JSON (which drops struct names).
 TEST(TypeConverter, RecordsRoundTripThroughValuesAndJson) {
   namespace Cli = Com::Corvane::Ostra::Metadata::Cli;
-  Cli::CommandSvc::Info info;
-  info.identity =
-      std::make_shared<Cli::CommandSvc::Identity>(Cli::CommandSvc::Identity{"a.b", "c"});
-  info.description = "describe";
-  info.service_id = "svc";
-  info.operation_id = "get";
+  using Info = Cli::CommandSvc::Info;
+  Info info;
+  info.identity = std::make_shared<Cli::CommandSvc::Identity>(Cli::CommandSvc::Identity{"a", "c"});
   info.formatter = Cli::CommandSvc::FormatterType(Cli::CommandSvc::FormatterType::TABLE);
   auto option = std::make_shared<Cli::CommandSvc::OptionInfo>();
-  option->long_option = "name";
   option->generic = Cli::CommandSvc::GenericType::Unknown("WEIRD");
   info.options.push_back(option);
-
   const Ostra::L10n::RequestLocalizer localizer;
-  const ValuePtr value = TypeConverter<Cli::CommandSvc::Info>::ToValue(info, localizer);
-  const auto& structure = static_cast<const StructValue&>(*value);
-  EXPECT_EQ(structure.GetName(), "com.corvane.ostra.metadata.cli.command.info");
-  EXPECT_EQ(structure.GetFieldNames(),
-            (std::vector<std::string>{"identity", "description", "service_id", "operation_id",
-                                      "formatter", "options", "output_field_list"}));
-
-  Cli::CommandSvc::Info back;
-  ASSERT_TRUE(TypeConverter<Cli::CommandSvc::Info>::FromValue(*value, back));
-  EXPECT_EQ(back.identity->path, "a.b");
-  EXPECT_EQ(back.formatter->GetValue(), Cli::CommandSvc::FormatterType::TABLE);
-  ASSERT_EQ(back.options.size(), 1u);
-  EXPECT_TRUE(back.options.front()->generic.IsUnknown());
-  EXPECT_EQ(back.options.front()->generic.GetText(), "WEIRD");
-  EXPECT_FALSE(back.options.front()->short_option);
-
-  // Through JSON, which drops struct names: converting back still works.
-  const ValuePtr fromJson = FromJson(ToJson(*value));
-  Cli::CommandSvc::Info viaJson;
-  ASSERT_TRUE(TypeConverter<Cli::CommandSvc::Info>::FromValue(*fromJson, viaJson));
-  EXPECT_EQ(ToJson(*TypeConverter<Cli::CommandSvc::Info>::ToValue(viaJson, localizer)),
-            ToJson(*value));
+  const ValuePtr value = TypeConverter<Info>::ToValue(info, localizer);
+  EXPECT_EQ(static_cast<const StructValue&>(*value).GetName(),
+            "com.corvane.ostra.metadata.cli.command.info");
+  const std::string json = ToJson(*value);
+  EXPECT_EQ(json, R"({"identity":{"path":"a","name":"c"},"description":"","service_id":"",)"
+                  R"("operation_id":"","formatter":"TABLE","options":[{"long_option":"",)"
+                  R"("short_option":null,"field_name":"","description":"","type":"",)"
+                  R"("generic":"WEIRD"}],"output_field_list":[]})");
+  for (const ValuePtr& from : {value, FromJson(json)}) {
+    Info back;
+    ASSERT_TRUE(TypeConverter<Info>::FromValue(*from, back));
+    EXPECT_EQ(ToJson(*TypeConverter<Info>::ToValue(back, localizer)), json);
+    EXPECT_TRUE(back.options.front()->generic.IsUnknown());
+  }
 }
 
+// Optional members may be absent or null; required ones, records held by pointer included, may not.
+// (Inputs left out or of the wrong type at large: the Services test, over every bound service.)
 TEST(TypeConverter, RefusesValuesOfTheWrongShape) {
   namespace Metamodel = Com::Corvane::Ostra::Metadata::Metamodel;
-  Metamodel::SourceSvc::CreateSpec spec;
-  // Optional members may be absent; a required one may not.
-  EXPECT_TRUE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(
-      *FromJson(R"({"description":"d","type":"FILE"})"), spec));
-  EXPECT_EQ(spec.type.GetValue(), Metamodel::SourceSvc::SourceType::FILE);
-  EXPECT_FALSE(spec.filepath);
-  EXPECT_FALSE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(
-      *FromJson(R"({"type":"FILE"})"), spec));
-  EXPECT_FALSE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(
-      *FromJson(R"({"description":7,"type":"FILE"})"), spec));
-  EXPECT_FALSE(TypeConverter<Metamodel::SourceSvc::CreateSpec>::FromValue(*FromJson("[]"), spec));
-  // A record member held by pointer may be absent too.
-  Metamodel::Type type;
-  EXPECT_TRUE(TypeConverter<Metamodel::Type>::FromValue(
-      *FromJson(R"({"category":"BUILTIN","builtin_type":"STRING"})"), type));
-  EXPECT_EQ(type.user_defined_type, nullptr);
-  std::list<std::string> strings;
-  EXPECT_FALSE(TypeConverter<std::list<std::string>>::FromValue(*FromJson(R"(["a",1])"), strings));
-  boost::optional<std::string> optional;
-  EXPECT_TRUE(TypeConverter<boost::optional<std::string>>::FromValue(*FromJson("null"), optional));
-  EXPECT_FALSE(optional);
-  EXPECT_TRUE(TypeConverter<boost::optional<std::string>>::FromValue(*FromJson("\"x\""), optional));
-  EXPECT_EQ(optional, std::string("x"));
+  const auto converts = [](const char* json, auto record) {
+    return TypeConverter<decltype(record)>::FromValue(*FromJson(json), record);
+  };
+  EXPECT_TRUE(converts(R"({"description":"d","type":"FILE","filepath":null})",
+                       Metamodel::SourceSvc::CreateSpec()));
+  EXPECT_FALSE(converts(R"({"description":7,"type":"FILE"})", Metamodel::SourceSvc::CreateSpec()));
+  EXPECT_TRUE(converts(R"({"category":"BUILTIN","builtin_type":"STRING"})", Metamodel::Type()));
+  EXPECT_FALSE(converts(R"({"category":"BUILTIN","builtin_type":"STRING","user_defined_type":7})",
+                        Metamodel::Type()));
+  EXPECT_FALSE(converts(R"(["a",1])", std::list<std::string>()));
+}
+
+TEST(Enum, KnownUnknownAndDefaultValues) {
+  using BuiltinType = Com::Corvane::Ostra::Metadata::Metamodel::TypeEnumerations::BuiltinType;
+  const BuiltinType known = Ostra::EnumConverter<BuiltinType>::Convert("DATE_TIME");
+  EXPECT_EQ(known.GetValue(), BuiltinType::DATE_TIME);
+  EXPECT_EQ(known.GetOrdinal(), 7u);
+  EXPECT_EQ(known.GetText(), "DATE_TIME");
+  // Lookup is exact; the unknown ordinal is the table's length and keeps the text.
+  const BuiltinType unknown = Ostra::EnumConverter<BuiltinType>::Convert("date_time");
+  EXPECT_EQ(unknown.GetOrdinal(), 13u);
+  EXPECT_EQ(unknown.GetText(), "date_time");
+  EXPECT_TRUE(BuiltinType().IsUnknown());
+  EXPECT_EQ(BuiltinType().GetText(), "");
+
+  // Error types are numbered as the framework numbers them.
+  using ErrorType = Com::Corvane::Ostra::Std::Errors::ErrorType;
+  EXPECT_EQ(ErrorType(ErrorType::NOT_FOUND).GetOrdinal(), 12u);
+  EXPECT_EQ(ErrorType(ErrorType::UNSUPPORTED).GetText(), "UNSUPPORTED");
+  EXPECT_EQ(ErrorType().GetOrdinal(), 25u);
 }
 
 }  // namespace

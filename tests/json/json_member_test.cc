@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/optional/optional_io.hpp>
+
+#include <functional>
+
 #include "ostra/std_bindings/cli.h"
 #include "test_messages.h"
 
@@ -29,58 +33,99 @@ struct Named {
   std::string name;
   int order;
 };
+using List = std::list<std::shared_ptr<const Named>>;
 
-TEST(JsonMember, StringsPresentAbsentAndMistyped) {
-  const auto doc = Parse(R"({"s":"x","n":null,"i":3,"a":"first","a":"second"})");
+// The readers of a domain parser, open to the test.
+class Reader : public RecordReader<Reader> {
+ public:
+  explicit Reader(Messages& messages) : RecordReader(messages) {}
+  using RecordReader::Array, RecordReader::Enumerated, RecordReader::Object;
+  using RecordReader::OptArray, RecordReader::OptObject, RecordReader::OptText;
+  using RecordReader::Text, RecordReader::TextRef;
+};
+
+// Every reader and member wrapper on a member of its type, an absent member and a null one (present
+// and of the wrong type): the absent one is a fault unless optional, and both leave their message.
+// A repeated name reads the first member.
+TEST(JsonMember, ReadersOnPresentAbsentAndMistypedMembers) {
+  const auto doc = Parse(R"({"s":"x","e":"table","o":{},"a":[],"n":null,"s":1})");
   Messages messages;
-  JsonMember<std::string> s(doc, "s", messages);
-  EXPECT_TRUE(s);
-  EXPECT_EQ(s.Value(), "x");
-  EXPECT_EQ(JsonMember<std::string>(doc, "a", messages).Value(), "first");
-  EXPECT_TRUE(messages.empty());
-
-  EXPECT_FALSE(JsonMember<std::string>(doc, "absent", messages));
-  EXPECT_FALSE(JsonMember<std::string>(doc, "n", messages));  // null is present and wrong
-  EXPECT_FALSE(JsonMember<std::string>(doc, "i", messages));
-  EXPECT_MESSAGES(messages, {Missing("absent"), Invalid("n"), Invalid("i")});
-
-  // Optional: absent succeeds but still leaves the missing-field message; null fails.
-  messages.clear();
-  JsonOptMember<boost::optional<std::string>> absent(doc, "absent", messages);
-  EXPECT_TRUE(absent);
-  EXPECT_FALSE(absent.Value());
-  EXPECT_FALSE((JsonOptMember<boost::optional<std::string>>(doc, "n", messages)));
-  EXPECT_EQ(*JsonOptMember<boost::optional<std::string>>(doc, "s", messages).Value(), "x");
-  EXPECT_MESSAGES(messages, {Missing("absent"), Invalid("n")});
-
-  // A root that is not an object has no members.
-  messages.clear();
-  const auto array = Parse("[1]");
-  EXPECT_FALSE(JsonMember<std::string>(array, "s", messages));
-  EXPECT_MESSAGES(messages, {Missing("s")});
+  Reader reader(messages);
+  std::string text;
+  boost::optional<std::string> optional;
+  const JsonValue* ref = nullptr;
+  FormatterType formatter;
+  List list;
+  std::map<std::string, std::string> map;
+  const auto yes = [](const JsonValue&, auto&&...) { return true; };
+  const auto named = [](const JsonValue&, auto&&...) { return std::make_shared<Named>(); };
+  using Read = std::function<bool(const char*)>;
+  const struct {
+    const char* what;
+    const char* good;  // the member of the right type
+    Read read;
+    const char* answers;  // on the good member, an absent one and the null one
+  } cases[] = {
+      {"Text", "s", [&](const char* n) { return reader.Text(doc, n, text); }, "+--"},
+      {"TextRef", "s", [&](const char* n) { return reader.TextRef(doc, n, ref); }, "+--"},
+      {"OptText", "s", [&](const char* n) { return reader.OptText(doc, n, optional); }, "++-"},
+      {"Enumerated", "e", [&](const char* n) { return reader.Enumerated(doc, n, formatter); },
+       "+--"},
+      {"Object", "o", [&](const char* n) { return reader.Object(doc, n, yes); }, "+--"},
+      {"OptObject", "o", [&](const char* n) { return reader.OptObject(doc, n, yes); }, "++-"},
+      {"Array", "a", [&](const char* n) { return reader.Array(doc, n, list, named); }, "+--"},
+      {"OptArray", "a", [&](const char* n) { return reader.OptArray(doc, n, list, named); }, "++-"},
+      {"JsonMember", "s",
+       [&](const char* n) { return !!JsonMember<std::string>(doc, n, messages); }, "+--"},
+      {"JsonOptMember", "s",
+       [&](const char* n) { return !!JsonOptMember<decltype(optional)>(doc, n, messages); }, "++-"},
+      {"JsonObjectMember", "o",
+       [&](const char* n) {
+         return !!JsonObjectMember<std::shared_ptr<Named>>(doc, n, named, messages);
+       },
+       "+--"},
+      {"JsonObjectMember<void>", "o",
+       [&](const char* n) { return !!JsonObjectMember<void>(doc, n, yes, messages); }, "+--"},
+      {"JsonOptObjectMember", "o",
+       [&](const char* n) { return !!JsonOptObjectMember<decltype(map)>(doc, n, yes, messages); },
+       "++-"},
+      {"JsonArrayMember", "a",
+       [&](const char* n) { return !!JsonArrayMember<List>(doc, n, named, messages); }, "+--"},
+      {"JsonOptArrayMember", "a",
+       [&](const char* n) { return !!JsonOptArrayMember<List>(doc, n, named, messages); }, "++-"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    messages.clear();
+    std::string answers;
+    for (const char* name : {c.good, "absent", "n"})
+      answers += c.read(name) ? '+' : '-';
+    EXPECT_EQ(answers, c.answers);
+    EXPECT_MESSAGES(messages, {Missing("absent"), Invalid("n")});
+  }
+  EXPECT_EQ(text, "x");
+  EXPECT_EQ(optional, std::string("x"));
+  EXPECT_EQ(formatter.GetValue(), FormatterType::TABLE);
 }
 
-TEST(JsonMember, EnumerationTextsAreCaseInsensitive) {
-  const auto doc = Parse(R"({"lower":"table","mixed":"Html","bad":"grid","num":1})");
+TEST(JsonMember, EnumerationTextsAreCaseInsensitiveAndRootsMayHaveNoMembers) {
+  const auto doc = Parse(R"({"mixed":"Html","bad":"grid"})");
   Messages messages;
-  const JsonMember<FormatterType> lower(doc, "lower", messages);
-  EXPECT_TRUE(lower);
-  EXPECT_EQ(lower.Value().GetValue(), FormatterType::TABLE);
   EXPECT_EQ(JsonMember<FormatterType>(doc, "mixed", messages).Value().GetValue(),
             FormatterType::HTML);
   const JsonMember<FormatterType> bad(doc, "bad", messages);
   EXPECT_FALSE(bad);
   EXPECT_TRUE(bad.Value().IsUnknown());
   EXPECT_EQ(bad.Value().GetText(), "GRID");
-  EXPECT_FALSE(JsonMember<FormatterType>(doc, "num", messages));
-  // The argument is the member name, not the offending text.
-  EXPECT_MESSAGES(messages, {{kInvalidEnumValueId, {"bad"}}, Invalid("num")});
+  // The argument is the member name, not the offending text. A root that is not an object has no
+  // members.
+  EXPECT_FALSE(JsonMember<std::string>(Parse("[1]"), "s", messages));
+  EXPECT_MESSAGES(messages, {{kInvalidEnumValueId, {"bad"}}, Missing("s")});
 }
 
-TEST(JsonArrayMember, FirstFailingElementEndsTheWalk) {
+TEST(JsonMember, FirstFailingElementEndsTheWalk) {
   const auto doc = Parse(R"({"list":[{"name":"a"},{"nope":1},{"name":"c"}],
-                             "named":[{"name":"b"},{"name":"a"},{"name":"b"}],
-                             "object":{}})");
+                             "named":[{"name":"b"},{"name":"a"},{"name":"b"}]})");
   int parsed = 0;
   auto parse = [&parsed](const JsonValue& element, Messages& m) -> std::shared_ptr<Named> {
     ++parsed;
@@ -89,7 +134,7 @@ TEST(JsonArrayMember, FirstFailingElementEndsTheWalk) {
     return std::make_shared<Named>(Named{name.Value(), parsed});
   };
   Messages messages;
-  JsonArrayMember<std::list<std::shared_ptr<const Named>>> list(doc, "list", parse, messages);
+  JsonArrayMember<List> list(doc, "list", parse, messages);
   EXPECT_FALSE(list);
   EXPECT_EQ(parsed, 2);  // the third element is never parsed
   ASSERT_EQ(list.Value().size(), 1u);
@@ -97,57 +142,29 @@ TEST(JsonArrayMember, FirstFailingElementEndsTheWalk) {
   EXPECT_MESSAGES(messages, {Missing("name")});
 
   // A map keeps the first element of a name, in name order.
-  messages.clear();
   parsed = 0;
   JsonArrayMember<std::map<std::string, std::shared_ptr<const Named>>> named(doc, "named", parse,
                                                                              messages);
   ASSERT_TRUE(named);
   ASSERT_EQ(named.Value().size(), 2u);
   EXPECT_EQ(named.Value().at("b")->order, 1);
-
-  JsonOptArrayMember<std::list<std::shared_ptr<const Named>>> absent(doc, "absent", parse,
-                                                                     messages);
-  EXPECT_TRUE(absent);
-  EXPECT_TRUE(absent.Value().empty());
-  EXPECT_FALSE((
-      JsonOptArrayMember<std::list<std::shared_ptr<const Named>>>(doc, "object", parse, messages)));
-  EXPECT_MESSAGES(messages, {Missing("absent"), Invalid("object")});
 }
 
-TEST(JsonObjectMember, FillersPointersAndVoid) {
-  const auto doc = Parse(R"({"obj":{"k":"v","k2":"w"},"str":"x"})");
+// A map filler fills the value; a check that fails fails the member.
+TEST(JsonMember, ObjectFillersAndChecks) {
+  const auto doc = Parse(R"({"obj":{"k":"v","k2":"w"}})");
   Messages messages;
   JsonOptObjectMember<std::map<std::string, std::string>> map(
       doc, "obj",
       [](const JsonValue& object, std::map<std::string, std::string>& out, Messages&) {
-        for (const auto& member : object.GetObject()) {
+        for (const auto& member : object.GetObject())
           out[ValToString(member.name)] = ValToString(member.value);
-        }
         return true;
       },
       messages);
-  ASSERT_TRUE(map);
   EXPECT_EQ(map.Value().at("k2"), "w");
-
-  JsonObjectMember<std::shared_ptr<Named>> pointer(
-      doc, "obj",
-      [](const JsonValue& object, Messages& m) -> std::shared_ptr<Named> {
-        JsonMember<std::string> k(object, "k", m);
-        return k ? std::make_shared<Named>(Named{k.Value(), 0}) : nullptr;
-      },
-      messages);
-  ASSERT_TRUE(pointer);
-  EXPECT_EQ(pointer.Value()->name, "v");
-
-  const auto never = [](const JsonValue&, Messages&) {
-    ADD_FAILURE() << "a member of the wrong type is not read";
-    return true;
-  };
-  EXPECT_FALSE(JsonObjectMember<void>(doc, "str", never, messages));
-  EXPECT_FALSE(JsonObjectMember<void>(doc, "absent", never, messages));
-  EXPECT_TRUE(JsonObjectMember<void>(
-      doc, "obj", [](const JsonValue&, Messages&) { return true; }, messages));
-  EXPECT_MESSAGES(messages, {Invalid("str"), Missing("absent")});
+  EXPECT_FALSE(JsonObjectMember<void>(
+      doc, "obj", [](const JsonValue&, Messages&) { return false; }, messages));
 }
 
 }  // namespace

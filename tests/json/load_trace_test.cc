@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "metamodel/documents.h"
 #include "ostra/metadata_services.h"
 #include "test_store.h"
 
@@ -11,30 +12,33 @@ namespace {
 
 using namespace Ostra::Provider::Metadata;
 
-// Loads `text` into a fresh store of the domain its root member names, under a trace; answers
-// the pointer of the fault recorded (with "@" for a member name), its id, and whether the load
-// succeeded.
 struct Traced {
   std::string pointer, id;
   bool loaded;
 };
+// `parsed` loaded as source "s" of a fresh store of a domain.
+template <class Container, class Spec>
+std::shared_ptr<const Ostra::Data::ErrorValue> LoadInto(ParsedMetadata& parsed) {
+  return Container::GetInstance()->CreateSourceFromMetadata("s", parsed,
+                                                            OstraTest::FileSpec<Spec>("x.json"));
+}
+namespace Binding = Com::Corvane::Ostra::Metadata;
+const auto LoadCli = LoadInto<Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec>;
+
+// Loads `text` into a fresh store of the domain its root member names, under a trace; answers
+// the pointer of the fault recorded (with "@" for a member name), its id, and whether the load
+// succeeded.
 Traced Load(const std::string& text) {
   auto parsed = OstraTest::Parse(text);
   LoadTrace trace;
-  std::shared_ptr<const Ostra::Data::ErrorValue> error;
-  if (text.find("\"metamodel\"") != std::string::npos) {
-    error = Metamodel::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed, OstraTest::FileSpec("x.json"));
-  } else if (text.find("\"authentication\"") != std::string::npos) {
-    error = Authentication::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec>(
-            "x.json"));
-  } else {
-    error = Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
-  }
+  const auto error =
+      text.find("\"metamodel\"") != std::string::npos
+          ? LoadInto<Metamodel::MetadataContainer, Binding::Metamodel::SourceSvc::CreateSpec>(
+                *parsed)
+      : text.find("\"authentication\"") != std::string::npos
+          ? LoadInto<Authentication::MetadataContainer,
+                     Binding::Authentication::SourceSvc::CreateSpec>(*parsed)
+          : LoadCli(*parsed);
   if (trace.Entries().empty()) return {"(nothing)", "", error == nullptr};
   // The fault: the last message that is not about an absent member, else the last one.
   auto last = trace.Entries().back();
@@ -47,14 +51,10 @@ Traced Load(const std::string& text) {
 }
 
 TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
-  const std::string component = R"("name":"k","documentation":"","metadata":{},)";
-  const std::string structure =
-      R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{},"enumerations":[],)";
-  const auto package = [&](const std::string& structures) {
-    return R"({"metamodel":{"component":{)" + component +
-           R"("packages":[{"name":"p","documentation":"","metadata":{},"enumerations":[],)"
-           R"("services":[],"structures":[)" +
-           structures + "]}]}}}";
+  using namespace OstraTest::MetamodelDocs;
+  const auto structure = [](const std::string& fields, const std::string& metadata = "{}",
+                            const std::string& constants = "") {
+    return Doc(Package("p", Structure("S", fields, metadata, "STRUCTURE", constants)));
   };
   const struct {
     std::string text, pointer, id;
@@ -62,16 +62,14 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
   } cases[] = {
       {R"({"metamodel":{"component":{"name":"k","documentaton":""}}})", "/metamodel/component",
        "ostra.metadata.json.missing.field", false},
-      {package(structure + R"("constants":[],"fields":[{"name":"f","documentation":"",)"
-                           R"("metadata":{},"type":{"category":"GENERIC","generic_type":"LIST",)"
-                           R"("element_type":{"category":"BUILTIN","primitive_type":"INT"}}}]})"),
+      {structure(Field("f", R"({"category":"GENERIC","generic_type":"LIST",)"
+                            R"("element_type":{"category":"BUILTIN","primitive_type":"INT"}})")),
        "/metamodel/component/packages/0/structures/0/fields/0/type/element_type/primitive_type",
        "ostra.metadata.json.invalid.enum.value", false},
       // A constant without a string form fails without a message; the trace still places it.
-      {package(structure + R"("constants":[{"name":"C","documentation":"","type":)"
-                           R"({"category":"PRIMITIVE","type":"LONG"},"value":"1"}],"fields":[]})"),
+      {structure("", "{}", Constant(R"({"category":"PRIMITIVE","type":"LONG"})", R"("1")")),
        "/metamodel/component/packages/0/structures/0/constants/0/value", "", false},
-      {package(R"({"name":"S","type":"STRUCTURE","documentation":"","metadata":{"a/b~":7}})"),
+      {structure("", R"({"a/b~":7})"),
        "/metamodel/component/packages/0/structures/0/metadata/a~1b~0",
        "ostra.metadata.json.invalid.field", false},
       {R"({"cli":[{"type":"namespace","path":"","name":"n","description":""},{"type":"Command"}]})",
@@ -99,11 +97,7 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
 
 TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
   auto parsed = OstraTest::Parse(R"({"cli":{}})");
-  const auto load = [&parsed]() {
-    Cli::MetadataContainer::GetInstance()->CreateSourceFromMetadata(
-        "s", *parsed,
-        OstraTest::FileSpec<Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>("x.json"));
-  };
+  const auto load = [&parsed] { LoadCli(*parsed); };
   load();  // no trace: nothing to record into
   LoadTrace outer;
   {
