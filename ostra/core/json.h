@@ -21,9 +21,6 @@
 namespace Ostra {
 namespace Data {
 
-// The former name of kMaxRequestJsonDepth, which tools/ still uses.
-constexpr std::size_t kMaxJsonDepth = kMaxRequestJsonDepth;
-
 std::string ToJson(const DataValue& value);
 
 // Null when `text` is not one JSON value or nests deeper than kMaxRequestJsonDepth; then `error`

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "ostra/core/json_limits.h"
 #include "ostra/provider/shared_types.h"
 
 namespace Ostra {

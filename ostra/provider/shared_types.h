@@ -7,7 +7,6 @@
 #include <rapidjson/document.h>
 
 #include "ostra/core/base_message.h"
-#include "ostra/core/json_limits.h"
 
 namespace Ostra {
 namespace Provider {
@@ -22,9 +21,6 @@ using JsonDocument =
                                rapidjson::CrtAllocator>;
 using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>,
                                           rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>>;
-
-// The former name of kMaxDocumentJsonDepth, which tools/ still uses.
-constexpr std::size_t kMaxJsonNesting = kMaxDocumentJsonDepth;
 
 }  // namespace Metadata
 }  // namespace Provider

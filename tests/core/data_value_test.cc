@@ -49,11 +49,11 @@ TEST(DataJson, RejectsBrokenAndTooDeepInput) {
   EXPECT_NE(error.find("offset 5"), std::string::npos) << error;
   EXPECT_EQ(FromJson("[1] 2"), nullptr);
 
-  const std::string deep(kMaxJsonDepth + 1, '[');
-  EXPECT_EQ(FromJson(deep + std::string(kMaxJsonDepth + 1, ']'), &error), nullptr);
+  const std::string deep(Ostra::kMaxRequestJsonDepth + 1, '[');
+  EXPECT_EQ(FromJson(deep + std::string(Ostra::kMaxRequestJsonDepth + 1, ']'), &error), nullptr);
   EXPECT_NE(error.find("nesting"), std::string::npos) << error;
-  const std::string allowed(kMaxJsonDepth, '[');
-  EXPECT_NE(FromJson(allowed + std::string(kMaxJsonDepth, ']')), nullptr);
+  const std::string allowed(Ostra::kMaxRequestJsonDepth, '[');
+  EXPECT_NE(FromJson(allowed + std::string(Ostra::kMaxRequestJsonDepth, ']')), nullptr);
   // Far deeper input is refused without exhausting the stack.
   EXPECT_EQ(FromJson(std::string(1000000, '[') + std::string(1000000, ']')), nullptr);
 }

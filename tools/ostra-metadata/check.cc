@@ -13,6 +13,7 @@
 
 #include "commands.h"
 #include "json_writer.h"
+#include "ostra/core/json_limits.h"
 #include "report.h"
 
 namespace OstraTool {
@@ -1186,7 +1187,7 @@ int Check(const std::vector<std::string>& inputs, const CheckOptions& options, s
       own.back().offset = document.GetErrorOffset();
       own.back().suggestion =
           document.GetParseError() == rapidjson::kParseErrorTermination
-              ? "nested deeper than " + std::to_string(M::kMaxJsonNesting) + " levels"
+              ? "nested deeper than " + std::to_string(Ostra::kMaxDocumentJsonDepth) + " levels"
               : std::string(rapidjson::GetParseError_En(document.GetParseError()));
     } else if (!result.domain) {
       const bool optional = inDirectory.count(file) != 0;

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "json_writer.h"
+#include "ostra/core/json_limits.h"
 #include "report.h"
 
 namespace OstraTool {
@@ -182,8 +183,8 @@ class RequestReader {
 
   bool Open(bool object) {
     if (!Count()) return false;
-    if (frames_.size() >= Ostra::Data::kMaxJsonDepth) {
-      return Exceeded("nesting deeper than " + std::to_string(Ostra::Data::kMaxJsonDepth));
+    if (frames_.size() >= Ostra::kMaxRequestJsonDepth) {
+      return Exceeded("nesting deeper than " + std::to_string(Ostra::kMaxRequestJsonDepth));
     }
     const bool request = object && (frames_.empty() || (frames_.size() == 1 && !frames_[0].object));
     frames_.push_back(Frame{object, request, {}, {}, {}, false, {}});

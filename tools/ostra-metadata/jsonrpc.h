@@ -9,7 +9,7 @@
 // it takes are bounded:
 //   - a text longer than kMaxRequestBytes is not read: -32600 with id null (TooLong());
 //   - a text that is not JSON, or not UTF-8, is a parse error: -32700 with id null;
-//   - nesting deeper than Ostra::Data::kMaxJsonDepth, more than kMaxValues values, or a string or
+//   - nesting deeper than Ostra::kMaxRequestJsonDepth, more than kMaxValues values, or a string or
 //     name longer than kMaxStringBytes: -32600 with id null;
 //   - an id that is not a string, a number or null: -32600 with id null; a number comes back
 //     exactly as it was written;
