@@ -99,7 +99,7 @@ class Browser {
     if (!shot.IsObject() || !shot.HasMember("data")) return false;
     std::ofstream(path + ".base64") << shot["data"].GetString();
     const std::string decode =
-        "base64 -d " + OstraTest::Quote(path + ".base64") + " >" + OstraTest::Quote(path);
+        "base64 -d" + OstraTest::Quote({path + ".base64"}) + " >" + OstraTest::Quote({path});
     return std::system(decode.c_str()) == 0 && std::remove((path + ".base64").c_str()) == 0;
   }
 

@@ -13,24 +13,12 @@
 
 namespace {
 
-using OstraTest::Reply;
+using OstraTest::Call, OstraTest::Create, OstraTest::FileSource, OstraTest::Reply;
 using OstraTest::Server;
-
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
-std::string Call(const std::string& method, const std::string& operation,
-                 const std::string& input = "{}") {
-  return R"({"jsonrpc":"2.0","id":7,"method":")" + method + R"(","params":{"operation":")" +
-         operation + R"(","input":)" + input + "}}";
-}
-std::string Create(const std::string& path) {
-  return Call("cli.source", "create",
-              R"({"source_id":"new","spec":{"description":"d","type":"FILE","filepath":")" + path +
-                  R"("}})");
-}
 std::string Refused(const std::string& message) {
-  return R"({"jsonrpc":"2.0","id":7,"error":{"code":-32001,"message":")" + message + R"("}})";
+  return OstraTest::Failure("7", -32001, message) + "}}";
 }
 
 class Http : public OstraTest::TempFilesTest {
@@ -80,7 +68,7 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
             "com.larkspur.fleet.vehicles.VehicleSpec");
 
   // Source management is refused unless allowed; reading the sources is not.
-  for (const auto& request : {Create(examples_ + "/cli.json"),
+  for (const auto& request : {Create("cli", FileSource(examples_ + "/cli.json")),
                               Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
                               Call("authentication.source", "reload")}) {
     EXPECT_EQ(server.Rpc(request).body, Refused("source management is disabled")) << request;
@@ -101,22 +89,20 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
     const std::string etag = reply.Header("ETag");
     EXPECT_EQ(reply.Header("Content-Encoding"), "<none>") << path;
     EXPECT_EQ(etag.size(), 10u) << path;
-    for (const auto& [ifNoneMatch, status] :
-         std::vector<std::pair<std::string, int>>{{etag, 304},
-                                                  {"W/" + etag, 304},
-                                                  {"\"x\" , W/\"y\", " + etag, 304},
-                                                  {"*", 304},
-                                                  {"\"other\"", 200},
-                                                  {etag.substr(0, etag.size() - 1), 200}}) {
-      SCOPED_TRACE(path + (": " + ifNoneMatch));
-      const Reply conditional = server.Curl(path, {"-H", "If-None-Match: " + ifNoneMatch});
-      EXPECT_EQ(conditional.status, status);
+    // Those that match first; then those that do not.
+    const std::string matches[] = {etag, "W/" + etag, "\"x\" , W/\"y\", " + etag,
+                                   "*",  "\"other\"", etag.substr(0, etag.size() - 1)};
+    for (const auto& match : matches) {
+      SCOPED_TRACE(path + (": " + match));
+      const Reply conditional = server.Curl(path, {"-H", "If-None-Match: " + match});
+      const bool same = &match < matches + 4;
+      EXPECT_EQ(conditional.status, same ? 304 : 200);
       EXPECT_EQ(conditional.Header("ETag"), etag);
-      EXPECT_TRUE(conditional.body == (status == 304 ? "" : reply.body));
+      EXPECT_TRUE(conditional.body == (same ? "" : reply.body));
     }
   }
   EXPECT_EQ(server.Curl("/explorerXjs").status, 404);
-  EXPECT_EQ(server.Stop(), 0);
+  EXPECT_EQ(server.Wait(SIGTERM), 0);
 }
 
 TEST_F(Http, SourceManagementStaysUnderTheRootWhenAllowed) {
@@ -132,15 +118,17 @@ TEST_F(Http, SourceManagementStaysUnderTheRootWhenAllowed) {
   const std::string outside = Refused("source file is not a regular file under the source root");
   for (const char* path :
        {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""}) {
-    EXPECT_EQ(server.Rpc(Create(path)).body, outside) << path;
+    EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body, outside) << path;
   }
   // Paths under the root, relative or not; the store is given the real path.
   for (const std::string& path : {(root / "cli.json").string(), std::string("sub/../cli.json")}) {
-    EXPECT_EQ(server.Rpc(Create(path)).body, R"({"jsonrpc":"2.0","id":7,"result":null})") << path;
-    EXPECT_NE(server.Rpc(Call("cli.source", "get", R"({"source_id":"new"})"))
+    EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body,
+              R"({"jsonrpc":"2.0","id":7,"result":null})")
+        << path;
+    EXPECT_NE(server.Rpc(Call("cli.source", "get", R"({"source_id":"x"})"))
                   .body.find(R"("filepath":")" + (root / "cli.json").string() + "\""),
               std::string::npos);
-    server.Rpc(Call("cli.source", "delete", R"({"source_id":"new"})"));
+    server.Rpc(Call("cli.source", "delete", R"({"source_id":"x"})"));
   }
   fs::remove_all(root);
 }
@@ -170,7 +158,7 @@ TEST_F(Http, WatchedFileChangesShowInTheETag) {
                               " does not load:\n  ostra.metadata.cli.parse.error: Cli source file "
                               "parse error : 3 at 9 [3, 9]\n");
   EXPECT_EQ(etag(), first);
-  EXPECT_EQ(server.Stop(), 0);
+  EXPECT_EQ(server.Wait(SIGTERM), 0);
 }
 
 TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
@@ -184,25 +172,21 @@ TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
   // Headers that trickle in are cut off five seconds after they began (the 400 sent then is lost
   // when the client goes on sending).
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port =
-      htons(static_cast<uint16_t>(std::stoi(server.Url().substr(server.Url().rfind(':') + 1))));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const auto port =
+      static_cast<uint16_t>(std::stoi(server.Url().substr(server.Url().rfind(':') + 1)));
+  sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
   ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  const auto start = Clock::now();
+  const auto start = std::chrono::steady_clock::now();
   std::thread trickle([fd] {
-    const std::string line = "GET /v1/metadata HTTP/1.1\r\nX: ";
-    for (int i = 0; i < 40; ++i) {
-      const char* byte = i < static_cast<int>(line.size()) ? &line[i] : "y";
-      if (send(fd, byte, 1, MSG_NOSIGNAL) != 1) return;
+    for (const char byte : "GET /v1/metadata HTTP/1.1\r\nX: " + std::string(10, 'y')) {
+      if (send(fd, &byte, 1, MSG_NOSIGNAL) != 1) return;
       std::this_thread::sleep_for(std::chrono::milliseconds(250));
     }
   });
   char block[4096];
   while (read(fd, block, sizeof block) > 0) {
   }
-  const auto cut = Clock::now();
+  const auto cut = std::chrono::steady_clock::now();
   trickle.join();
   close(fd);
   EXPECT_GT(cut - start, std::chrono::milliseconds(4500));
@@ -214,7 +198,7 @@ TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
   std::string reply;
   std::thread slow([&] { reply = server.Rpc(request, {"--limit-rate", "200k"}).body; });
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_EQ(server.Stop(), 0);
+  EXPECT_EQ(server.Wait(SIGTERM), 0);
   slow.join();
   EXPECT_EQ(reply, R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
   EXPECT_EQ(server.Curl("/v1/metadata").status, 0);  // no longer listening

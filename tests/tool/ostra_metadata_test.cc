@@ -8,8 +8,7 @@
 
 namespace {
 
-using OstraTest::Crc;
-using OstraTest::Slurp;
+using OstraTest::Crc, OstraTest::Quote, OstraTest::Slurp;
 
 // `text` with each `from` of `replacements` replaced by its `to`, in order.
 std::string ReplaceAll(std::string text,
@@ -23,19 +22,15 @@ std::string ReplaceAll(std::string text,
 
 struct ToolRun {
   int status = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 class ToolTest : public OstraTest::TempFilesTest {
  protected:
   ToolRun Tool(const std::vector<std::string>& args) {
     const std::string out = Write("stdout", ""), err = Write("stderr", "");
-    std::string command = OstraTest::Quote(OSTRA_TOOL);
-    for (const auto& arg : args)
-      command += " " + OstraTest::Quote(arg);
     const int status = std::system(
-        (command + " </dev/null >" + OstraTest::Quote(out) + " 2>" + OstraTest::Quote(err))
+        (Quote({OSTRA_TOOL}) + Quote(args) + " </dev/null >" + Quote({out}) + " 2>" + Quote({err}))
             .c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err)};
   }
@@ -117,57 +112,51 @@ TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
   const std::string rest =
       R"(, "documentation": "", "metadata": {}, "enumerations": [], "constants": [], )"
       R"("fields": []}]}]}}})";
-  const struct {
-    std::string text, findings;
-    int status;
-    std::string summary;
-  } cases[] = {
-      {"{\"metamodel\": {\"component\": {\n\t\"name\": \"\xc4\xb8iln \xe2\x9c\x93\", "
+  const std::string enumError =
+      "1:219: error: Json parse invalid enum value: type [ostra.metadata.json.invalid.enum.value]\n"
+      "    at /metamodel/component/packages/0/structures/0/type; ";
+  const std::tuple<int, std::string, std::string, std::string> cases[] = {
+      {3, "1 error, 1 warning",
+       "{\"metamodel\": {\"component\": {\n\t\"name\": \"\xc4\xb8iln \xe2\x9c\x93\", "
        "\"documentaton\": \"x\",\n\t\"metadata\": {}, \"packages\": []}}}\n",
        "1:29: error: Json parse missing field: documentation [ostra.metadata.json.missing.field]\n"
        "    at /metamodel/component; rename \"documentaton\" to \"documentation\"\n"
        "{}2:20: warning: no reader reads \"documentaton\" [unknown-member]\n"
-       "    at /metamodel/component/documentaton; did you mean \"documentation\"?\n",
-       3, "1 error, 1 warning"},
-      {package + R"("STRUCTUR")" + rest,
-       "1:219: error: Json parse invalid enum value: type "
-       "[ostra.metadata.json.invalid.enum.value]\n"
-       "    at /metamodel/component/packages/0/structures/0/type; did you mean \"STRUCTURE\"?\n",
-       3, "1 error, 0 warnings"},
-      {package + R"("RECORD")" + rest,
-       "1:219: error: Json parse invalid enum value: type "
-       "[ostra.metadata.json.invalid.enum.value]\n"
-       "    at /metamodel/component/packages/0/structures/0/type; one of STRUCTURE, ERROR\n",
-       3, "1 error, 0 warnings"},
-      {package + R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [],)"
+       "    at /metamodel/component/documentaton; did you mean \"documentation\"?\n"},
+      {3, "1 error, 0 warnings", package + R"("STRUCTUR")" + rest,
+       enumError + "did you mean \"STRUCTURE\"?\n"},
+      {3, "1 error, 0 warnings", package + R"("RECORD")" + rest,
+       enumError + "one of STRUCTURE, ERROR\n"},
+      {3, "1 error, 0 warnings",
+       package + R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [],)"
                  "\n"
                  R"( "constants": [{"name": "MAX", "documentation": "", "type": {"category": )"
                  R"("primitive", "type": "LONG"}, "value": "9"}], "fields": []}]}]}}})",
        "2:113: error: only constants of type STRING load; this value fails the load "
        "[non-string-constant]\n"
-       "    at /metamodel/component/packages/0/structures/0/constants/0/value\n",
-       3, "1 error, 0 warnings"},
-      {package +
+       "    at /metamodel/component/packages/0/structures/0/constants/0/value\n"},
+      {0, "0 errors, 1 warning",
+       package +
            R"("STRUCTURE", "documentation": "", "metadata": {}, "enumerations": [], )"
            R"("constants": [], "fields": []}, {"name": "p.S", "type": "ERROR")" +
            rest,
        "1:330: warning: \"p.S\" is declared again in \"structures\": the first one is kept, this "
        "one is ignored [duplicate-name]\n"
-       "    at /metamodel/component/packages/0/structures/1/name\n",
-       0, "0 errors, 1 warning"},
-      {R"({"cli": [{"type": "Namespace", "path": "", "name": "kiln", "description": ""}]})",
+       "    at /metamodel/component/packages/0/structures/1/name\n"},
+      {3, "1 error, 0 warnings",
+       R"({"cli": [{"type": "Namespace", "path": "", "name": "kiln", "description": ""}]})",
        "1:19: error: Cli node type must be \"namespace\" or \"command\" "
        "[ostra.metadata.cli.json.invalid.node.type]\n"
-       "    at /cli/0/type; did you mean \"namespace\"?\n",
-       3, "1 error, 0 warnings"},
-      {R"({"cli": [{"type": "command", "path": "", "name": "go", "description": "", )"
+       "    at /cli/0/type; did you mean \"namespace\"?\n"},
+      {3, "1 error, 0 warnings",
+       R"({"cli": [{"type": "command", "path": "", "name": "go", "description": "", )"
        R"("node_metadata": {"service_id": "p.s", "operation_id": "o", "options": [7]}}]})",
        "1:147: error: Cli invalid field: element 0 of \"options\" must be an object "
        "[ostra.metadata.cli.json.invalid.field]\n"
-       "    at /cli/0/node_metadata/options/0\n",
-       3, "1 error, 0 warnings"},
+       "    at /cli/0/node_metadata/options/0\n"},
       // Both sections fail and the document still loads: each fault costs it a part.
-      {"{\"authentication\": {\n \"product\": {\"name\": \"kiln\", \"schemes\": {\"basic\": "
+      {3, "2 errors, 0 warnings",
+       "{\"authentication\": {\n \"product\": {\"name\": \"kiln\", \"schemes\": {\"basic\": "
        "{\"authenticationScheme\": \"b\", \"type\": \"sessionless\"}},\n  \"services\": "
        "{\"p.s\": [\"basik\"]}},\n \"component\": {\"name\": \"kiln2\", \"operations\": "
        "{\"p.s.op\": [], \"s.op\": []}}}}\n",
@@ -177,29 +166,26 @@ TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
        "component; did you mean \"basic\"?\n"
        "{}4:62: error: Authentication invalid service id: s (a service id is PACKAGE.SERVICE); "
        "the operations of service \"s\" are not loaded [section-dropped]\n"
-       "    at /authentication/component/operations/s.op\n",
-       3, "2 errors, 0 warnings"},
-      {"{\"cli\":" + std::string(600, '['),
+       "    at /authentication/component/operations/s.op\n"},
+      {3, "1 error, 0 warnings", "{\"cli\":" + std::string(600, '['),
        "1:519: error: Cli source file parse error : 16 at 518 [ostra.metadata.cli.parse.error]\n"
-       "    at \"\"; nested deeper than 512 levels\n",
-       3, "1 error, 0 warnings"},
-      {"{\"cli\": [], \"cli\": 5, \"\xff\": 1}",
+       "    at \"\"; nested deeper than 512 levels\n"},
+      {0, "0 errors, 3 warnings", "{\"cli\": [], \"cli\": 5, \"\xff\": 1}",
        "1:13: warning: \"cli\" is repeated: the first one is read, this one is ignored "
        "[duplicate-name]\n"
        "    at /cli\n"
        "{}1:23: warning: the member name is not valid UTF-8 [invalid-utf8]\n"
        "    at /\xef\xbf\xbd\n"
        "{}1:23: warning: no reader reads \"\xef\xbf\xbd\" [unknown-member]\n"
-       "    at /\xef\xbf\xbd\n",
-       0, "0 errors, 3 warnings"},
+       "    at /\xef\xbf\xbd\n"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text);
-    const std::string file = Write("document", c.text);
+  for (const auto& [status, summary, text, findings] : cases) {
+    SCOPED_TRACE(text);
+    const std::string file = Write("document", text);
     const ToolRun run = Tool({"check", file});
-    EXPECT_EQ(run.status, c.status);
+    EXPECT_EQ(run.status, status);
     EXPECT_EQ(run.out,
-              ReplaceAll("{}" + c.findings, {{"{}", file + ":"}}) + "1 file: " + c.summary + "\n");
+              ReplaceAll("{}" + findings, {{"{}", file + ":"}}) + "1 file: " + summary + "\n");
   }
 }
 

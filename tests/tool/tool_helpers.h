@@ -1,5 +1,5 @@
 // What the tool tests share: files read whole, arguments quoted for the shell, child processes
-// that end with the test, and `ostra-metadata serve --http` with curl as its client.
+// that end with the test, JSON-RPC texts, and `ostra-metadata serve --http` with curl as client.
 #pragma once
 
 #include <fcntl.h>
@@ -17,7 +17,6 @@
 #include <sstream>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace OstraTest {
@@ -28,11 +27,35 @@ inline std::string Slurp(const std::string& path) {
   return text.str();
 }
 
-inline std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (const char c : arg)
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
+// `words` quoted for the shell, each after a space.
+inline std::string Quote(const std::vector<std::string>& words) {
+  std::string quoted;
+  for (const auto& word : words) {
+    quoted += " '";
+    for (const char c : word)
+      quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    quoted += "'";
+  }
+  return quoted;
+}
+
+// A request of `operation` on `method`; a FILE source spec; a request that creates source "x"
+// from `spec`; the start of an error reply, up to the end of its message.
+inline std::string Call(const std::string& method, const std::string& operation,
+                        const std::string& input = "{}", const std::string& id = "7") {
+  return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method +
+         R"(","params":{"operation":")" + operation + R"(","input":)" + input + "}}";
+}
+inline std::string FileSource(const std::string& path) {
+  return R"({"description":"d","type":"FILE","filepath":")" + path + R"("})";
+}
+inline std::string Create(const std::string& domain, const std::string& spec,
+                          const std::string& id = "7") {
+  return Call(domain + ".source", "create", R"({"source_id":"x","spec":)" + spec + "}", id);
+}
+inline std::string Failure(const std::string& id, int code, const std::string& message) {
+  return R"({"jsonrpc":"2.0","id":)" + id + R"(,"error":{"code":)" + std::to_string(code) +
+         R"(,"message":")" + message + "\"";
 }
 
 // Whether `done` comes true within `seconds`, asked every 50 ms.
@@ -68,9 +91,8 @@ class Child {
       dup2(from[1], 101);
       dup2(100, in);
       dup2(101, out);
-      for (int fd = 3; fd < 1024; ++fd) {
+      for (int fd = 3; fd < 1024; ++fd)
         if (fd != in && fd != out) close(fd);
-      }
       execv(args[0], args.data());
       _exit(127);
     }
@@ -169,19 +191,14 @@ class Server : public Child {
   }
   const std::string& Url() const { return url_; }
 
-  // SIGTERM; the exit status, -1 unless the process exited.
-  int Stop() { return Wait(SIGTERM); }
-
   // curl with `args` against `path`: the status line's code, headers and body.
   Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
     const std::string headers = log_ + ".headers", body = log_ + ".body";
     std::remove(headers.c_str());
     std::remove(body.c_str());
-    std::string command =
-        "curl -s --max-time 20 -H 'Expect:' -D " + Quote(headers) + " -o " + Quote(body);
-    for (const auto& arg : args)
-      command += " " + Quote(arg);
-    std::system((command + " " + Quote(url_ + path)).c_str());
+    std::system(("curl -s --max-time 20 -H 'Expect:'" + Quote({"-D", headers, "-o", body}) +
+                 Quote(args) + Quote({url_ + path}))
+                    .c_str());
     Reply reply{0, Slurp(headers), Slurp(body)};
     std::sscanf(reply.headers.c_str(), "HTTP/1.1 %d", &reply.status);
     return reply;
