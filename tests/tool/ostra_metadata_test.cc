@@ -199,24 +199,20 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   const std::pair<std::string, std::string> documents[] = {
       {"authentication",
        R"({"authentication": {"component": {"name": "k", "services": {"p.t": []}}}})"},
-      {"cli",
-       "{\"cli\": [\n"
-       R"(  {"type": "namespace", "path": "", "name": "kiln", "description": ""},)"
-       "\n"
-       R"(  {"type": "command", "path": "kiln", "name": "go", "description": "", )"
-       R"("node_metadata": {"service_id": "p.s", "operation_id": "fyre"}},)"
-       "\n"
-       R"(  {"type": "command", "path": "klin", "name": "stop", "description": "", )"
-       R"("node_metadata": {"service_id": "p.s", "operation_id": "fire"}}]})"},
+      {"cli", R"({"cli": [
+  {"type": "namespace", "path": "", "name": "kiln", "description": ""},
+  {"type": "command", "path": "kiln", "name": "go", "description": "",
+   "node_metadata": {"service_id": "p.s", "operation_id": "fyre"}},
+  {"type": "command", "path": "klin", "name": "stop", "description": "",
+   "node_metadata": {"service_id": "p.s", "operation_id": "fire"}}]})"},
       {"metamodel",
-       R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {}, )"
-       R"("packages": [{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], )"
-       R"("structures": [], "services": [{"name": "p.s", "documentation": "", "metadata": {}, )"
-       R"("enumerations": [], "structures": [], "constants": [], "operations": [{"name": )"
-       R"("fire", "documentation": "", "metadata": {}, "params": [], "result": )"
-       R"({"documentation": "", "metadata": {}, "type": {"category": "builtin", )"
-       R"("primitive_type": "void"}}, "errors": [{"user_defined_type_name": "p.Jam", )"
-       R"("documentation": ""}]}]}]}]}}})"},
+       R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {},
+"packages": [{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], "structures": [],
+"services": [{"name": "p.s", "documentation": "", "metadata": {}, "enumerations": [],
+"structures": [], "constants": [], "operations": [{"name": "fire", "documentation": "",
+"metadata": {}, "params": [], "result": {"documentation": "", "metadata": {}, "type": {"category":
+"builtin", "primitive_type": "void"}}, "errors": [{"user_defined_type_name": "p.Jam",
+"documentation": ""}]}]}]}]}}})"},
       {"notes", R"({"title": "kiln notes"})"}};
   // The output with D/ for the directory and #NAME for the fingerprint of document NAME, as the
   // stores report a source's: the CRC32 of the hexadecimal CRC32 of its text.
@@ -229,31 +225,26 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   std::ofstream(dir / "README") << "{\"cli\": [";  // not a *.json file: not read
   ToolRun run = Tool({"check", "--format", "json", dir.string()});
   EXPECT_EQ(run.status, 0) << run.out;
-  EXPECT_EQ(run.out, ReplaceAll(R"({"files":[
-{"file":"D/authentication.json","domain":"authentication","fingerprint":"#authentication",
-"loaded":true},
-{"file":"D/cli.json","domain":"cli","fingerprint":"#cli","loaded":true},
-{"file":"D/metamodel.json","domain":"metamodel","fingerprint":"#metamodel","loaded":true},
-{"file":"D/notes.json","domain":null,"fingerprint":null,"loaded":false}],
-"findings":[
-{"file":"D/authentication.json","line":1,"column":61,
+  EXPECT_EQ(run.out, ReplaceAll(R"({"files":[{"file":"D/authentication.json",
+"domain":"authentication","fingerprint":"#authentication","loaded":true},{"file":"D/cli.json",
+"domain":"cli","fingerprint":"#cli","loaded":true},{"file":"D/metamodel.json","domain":"metamodel",
+"fingerprint":"#metamodel","loaded":true},{"file":"D/notes.json","domain":null,"fingerprint":null,
+"loaded":false}],"findings":[{"file":"D/authentication.json","line":1,"column":61,
 "pointer":"/authentication/component/services/p.t","severity":"warning","id":"unknown-operation",
 "message":"no Metamodel source defines the service \"p.t\"","suggestion":"did you mean \"p.s\"?"},
-{"file":"D/cli.json","line":3,"column":127,"pointer":"/cli/1/node_metadata/operation_id",
+{"file":"D/cli.json","line":4,"column":59,"pointer":"/cli/1/node_metadata/operation_id",
 "severity":"warning","id":"unknown-operation",
 "message":"no Metamodel source defines the operation \"fyre\" of \"p.s\"",
-"suggestion":"did you mean \"fire\"?"},
-{"file":"D/cli.json","line":4,"column":31,"pointer":"/cli/2/path","severity":"warning",
-"id":"undeclared-namespace","message":"no Cli document declares the namespace \"klin\"",
-"suggestion":"did you mean \"kiln\"?"},
-{"file":"D/metamodel.json","line":1,"column":532,
+"suggestion":"did you mean \"fire\"?"},{"file":"D/cli.json","line":5,"column":31,
+"pointer":"/cli/2/path","severity":"warning","id":"undeclared-namespace",
+"message":"no Cli document declares the namespace \"klin\"","suggestion":"did you mean \"kiln\"?"},
+{"file":"D/metamodel.json","line":6,"column":78,
 "pointer":"/metamodel/component/packages/0/services/0/operations/0/errors/0/user_defined_type_name",
 "severity":"warning","id":"unresolved-reference",
 "message":"no loaded Metamodel source defines a structure or enumeration \"p.Jam\"",
-"suggestion":null},
-{"file":"D/notes.json","line":1,"column":1,"pointer":"","severity":"warning","id":"unknown-member",
-"message":"not a metadata document: its root has no \"metamodel\", \"authentication\" or \"cli\" member",
-"suggestion":null}],"omitted":0}
+"suggestion":null},{"file":"D/notes.json","line":1,"column":1,"pointer":"","severity":"warning",
+"id":"unknown-member","message":"not a metadata document: its root has no \"metamodel\",
+ \"authentication\" or \"cli\" member","suggestion":null}],"omitted":0}
 )",
                                 placeholders) +
                          "\n");
