@@ -105,21 +105,22 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   EXPECT_EQ(server.Wait(SIGTERM), 0);
 }
 
-TEST_F(Http, SourceManagementStaysUnderTheRootWhenAllowed) {
-  const std::string cli = examples_ + "/cli.json";
+// One server that manages sources under a root, watches a file, cuts off requests and stops.
+TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
+  const std::string cli = examples_ + "/cli.json", text = OstraTest::ExampleText("cli.json");
+  const std::string file = Write("cli", text);
   const fs::path root = fs::path(testing::TempDir()) / "Http.root";
   fs::remove_all(root);
   fs::create_directories(root / "sub");
   fs::copy_file(cli, root / "cli.json");
   fs::create_symlink(cli, root / "link.json");  // a link out of the root
-  Server server({OSTRA_TOOL, "serve", "--http", "0", "--allow-source-management", "--source-root",
-                 root.string()},
+  Server server({OSTRA_TOOL, "--cli", "fleet=" + file, "serve", "--http", "0", "--watch",
+                 "--threads", "2", "--allow-source-management", "--source-root", root.string()},
                 Log());
   const std::string outside = Refused("source file is not a regular file under the source root");
   for (const char* path :
-       {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""}) {
+       {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""})
     EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body, outside) << path;
-  }
   // Paths under the root, relative or not; the store is given the real path.
   for (const std::string& path : {(root / "cli.json").string(), std::string("sub/../cli.json")}) {
     EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body,
@@ -131,12 +132,8 @@ TEST_F(Http, SourceManagementStaysUnderTheRootWhenAllowed) {
     server.Rpc(Call("cli.source", "delete", R"({"source_id":"x"})"));
   }
   fs::remove_all(root);
-}
 
-TEST_F(Http, WatchedFileChangesShowInTheETag) {
-  const std::string text = OstraTest::ExampleText("cli.json");
-  const std::string file = Write("cli", text);
-  Server server({OSTRA_TOOL, "--cli", "fleet=" + file, "serve", "--http", "0", "--watch"}, Log());
+  // A watched file that changes changes the ETag; one that does not load keeps the old data.
   const auto etag = [&server] { return server.Curl("/v1/metadata").Header("ETag"); };
   const auto changed = [&](const std::string& old) {
     return OstraTest::Eventually([&] { return etag() != old; });
@@ -151,18 +148,13 @@ TEST_F(Http, WatchedFileChangesShowInTheETag) {
   std::ofstream(file, std::ios::trunc) << text;  // a write into it
   ASSERT_TRUE(changed(second));
   EXPECT_EQ(etag(), first);
-
   std::ofstream(file, std::ios::trunc) << R"({"cli": [)";
   OstraTest::Eventually([&] { return !server.Log().empty(); });
   EXPECT_EQ(server.Log(), "ostra-metadata: cli source fleet kept its old data; " + file +
                               " does not load:\n  ostra.metadata.cli.parse.error: Cli source file "
                               "parse error : 3 at 9 [3, 9]\n");
   EXPECT_EQ(etag(), first);
-  EXPECT_EQ(server.Wait(SIGTERM), 0);
-}
 
-TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
-  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "0", "--threads", "2"}, Log());
   // Headers beyond 64 KiB, in lines that cpp-httplib takes (up to 8 KiB each).
   std::vector<std::string> headers;
   for (int i = 0; i < 10; ++i)
@@ -200,7 +192,7 @@ TEST_F(Http, StopsCleanlyAndCutsOffSlowAndOversizedRequests) {
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(server.Wait(SIGTERM), 0);
   slow.join();
-  EXPECT_EQ(reply, R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
+  EXPECT_EQ(reply, R"({"jsonrpc":"2.0","id":7,"result":["fleet"]})");
   EXPECT_EQ(server.Curl("/v1/metadata").status, 0);  // no longer listening
 }
 
