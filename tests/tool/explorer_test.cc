@@ -43,7 +43,6 @@ class Browser {
       session_ = attached["sessionId"].GetString();
   }
   bool Ready() const { return !session_.empty(); }
-
   // Sends a command (to the page unless `toPage` is false) and answers its result; not an object
   // when the browser answered an error or nothing within 20 s.
   rapidjson::Document Call(const std::string& method, const std::string& params,
@@ -62,7 +61,6 @@ class Browser {
     }
     return reply;
   }
-
   // The value of a JavaScript expression in the page, as JSON text.
   std::string Eval(const std::string& expression) {
     const auto result =
@@ -73,12 +71,10 @@ class Browser {
     return value.HasMember("value") && value["value"].IsString() ? value["value"].GetString()
                                                                  : "<undefined>";
   }
-
   // Waits until `expression` is true, at most `seconds`.
   bool WaitFor(const std::string& expression, int seconds) {
     return OstraTest::Eventually([&] { return Eval(expression) == "true"; }, seconds);
   }
-
   // Presses `key` and answers the expression `then` after it.
   std::string Key(const std::string& key, const std::string& then = "0") {
     for (const char* type : {"keyDown", "keyUp"})
@@ -88,7 +84,6 @@ class Browser {
                                          (key.size() == 1 ? ",\"text\":" + Json(key) : "") + "}");
     return Eval(then);
   }
-
   // A PNG of the page at `path`, at `width` pixels wide, decoded by coreutils' base64.
   bool Screenshot(int width, const std::string& path) {
     Call("Emulation.setDeviceMetricsOverride",
@@ -121,7 +116,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   const std::string chromium = given ? given : "/usr/bin/chromium";
   if (access(chromium.c_str(), X_OK) != 0)
     GTEST_SKIP() << "chromium is not installed (scripts/install-deps chromium)";
-
   // The examples, one documentation text holding markup.
   const fs::path dir = fs::path(testing::TempDir()) / "explorer-test", sources = dir / "sources";
   fs::remove_all(dir);
@@ -132,7 +126,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   std::string metamodel = Slurp(sources / "metamodel.json");
   metamodel.replace(metamodel.find("Reads one vehicle."), 18, markup);
   Replace(sources / "metamodel.json", metamodel);
-
   OstraTest::Server server({OSTRA_TOOL, "--dir", sources, "serve", "--http", "0", "--watch"},
                            dir / "log");
   ASSERT_FALSE(server.Url().empty());
@@ -142,7 +135,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   ASSERT_TRUE(
       browser.WaitFor("document.getElementById('main').getAttribute('aria-busy') === 'false'", 20))
       << browser.Eval("document.getElementById('status').textContent");
-
   // Every kind of name is drawn; the type of a field, the schemes and Cli commands of an
   // operation, the title; no markup from the model.
   browser.Eval("(window.byId = (id) => document.getElementById(id), 0)");
@@ -167,7 +159,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       R"(session manager com.larkspur.security.session",["fleet routes plan"],)"
       R"("com.larkspur.fleet · explorer",0,true])");
   EXPECT_TRUE(browser.Screenshot(1280, OSTRA_ARTIFACT_DIR "/explorer-desktop.png"));
-
   // "/" reaches the filter; typing keeps what matches, what holds it and what it holds.
   EXPECT_EQ(browser.Key("/", "document.activeElement.id"), "\"filter\"");
   browser.Call("Input.insertText", R"({"text":"retire"})");
@@ -188,7 +179,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
             "\"type:com.larkspur.fleet.vehicles.VehicleSpec\"");
   browser.Key("/");
   EXPECT_EQ(browser.Key("Escape", "document.querySelectorAll('main [hidden]').length"), "0");
-
   // A permalink opens what holds its element and scrolls it into view.
   browser.Eval("location.hash = '#type:com.larkspur.fleet.routes.Stop'");
   const std::string stop = "byId('type:com.larkspur.fleet.routes.Stop')";
@@ -197,7 +187,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
                                   ".getBoundingClientRect().top >= 0 && " + stop +
                                   ".getBoundingClientRect().top < innerHeight",
                               5));
-
   // A new command in the Cli source is drawn by the next poll; what was open stays open.
   std::string cli = Slurp(sources / "cli.json");
   cli.insert(cli.find('[') + 1, R"({"type": "command", "path": "fleet.routes", "name": "optimise",
@@ -208,7 +197,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   EXPECT_EQ(
       browser.Eval("[" + stop + ".open, byId('status').textContent.startsWith('Updated at')]"),
       "[true,true]");
-
   // At 400 px nothing is wider than the screen.
   EXPECT_TRUE(browser.Screenshot(400, OSTRA_ARTIFACT_DIR "/explorer-400px.png"));
   EXPECT_EQ(browser.Eval("document.documentElement.scrollWidth"), "400");

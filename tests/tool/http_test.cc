@@ -30,7 +30,6 @@ class Http : public OstraTest::TempFilesTest {
 TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "127.0.0.1:0"}, Log());
   ASSERT_FALSE(server.Url().empty()) << server.Log();
-
   const std::string get =
       Call("metamodel.component", "get", R"({"component_id":"com.larkspur.fleet"})");
   const Reply rpc = server.Rpc(get);
@@ -51,7 +50,6 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
                           R"("Invalid Request: longer than 16 MiB"}})");
   EXPECT_EQ(server.Curl("/nope").status, 404);
   EXPECT_EQ(server.Curl("/rpc").status, 405);
-
   // The whole model: what the services answer, tagged with the CRC32 of the body.
   const Reply model = server.Curl("/v1/metadata");
   ASSERT_EQ(model.status, 200);
@@ -66,7 +64,6 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   EXPECT_EQ(document["cli"]["commands"].Size(), 12u);
   EXPECT_EQ(document["metamodel"]["resources"]["com.larkspur.fleet.Vehicle"][0],
             "com.larkspur.fleet.vehicles.VehicleSpec");
-
   // Source management is refused unless allowed; reading the sources is not.
   for (const auto& request : {Create("cli", FileSource(examples_ + "/cli.json")),
                               Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
@@ -75,7 +72,6 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   }
   EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
             R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
-
   // The explorer's files: the page's policy. The model and the files carry an ETag, which
   // If-None-Match names in any of its forms, and are sent as they are whatever encodings the
   // client accepts (cpp-httplib would compress them anew on every request).
@@ -132,7 +128,6 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
     server.Rpc(Call("cli.source", "delete", R"({"source_id":"x"})"));
   }
   fs::remove_all(root);
-
   // A watched file that changes changes the ETag; one that does not load keeps the old data.
   const auto etag = [&server] { return server.Curl("/v1/metadata").Header("ETag"); };
   const auto changed = [&](const std::string& old) {
@@ -154,13 +149,11 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
                               " does not load:\n  ostra.metadata.cli.parse.error: Cli source file "
                               "parse error : 3 at 9 [3, 9]\n");
   EXPECT_EQ(etag(), first);
-
   // Headers beyond 64 KiB, in lines that cpp-httplib takes (up to 8 KiB each).
   std::vector<std::string> headers;
   for (int i = 0; i < 10; ++i)
     headers.insert(headers.end(), {"-H", "X" + std::to_string(i) + ": " + std::string(7000, 'a')});
   EXPECT_EQ(server.Curl("/v1/metadata", headers).status, 400);
-
   // Headers that trickle in are cut off five seconds after they began (the 400 sent then is lost
   // when the client goes on sending).
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -183,7 +176,6 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   close(fd);
   EXPECT_GT(cut - start, std::chrono::milliseconds(4500));
   EXPECT_LT(cut - start, std::chrono::seconds(7));
-
   // A request in flight when SIGTERM comes is answered; the server then exits 0.
   const std::string body = Call("cli.source", "list") + std::string(300000, ' ');
   const std::string request = "@" + Write("slow", body);

@@ -48,7 +48,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
     EXPECT_EQ(reply.substr(0, expected.size()), expected) << reply.substr(0, 300);
     return json;
   };
-
   // An operation's error: the text of its first message and the error as data; its kind when it
   // has no message.
   add(Call("metamodel.component", "get", R"({"component_id":"zz"})", "1"),
@@ -88,7 +87,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
         "");
     add(Call(listed, "list", "{}", "6"), R"({"jsonrpc":"2.0","id":6,"result":)" + list);
   }
-
   // Ids: strings, numbers exactly as written, null; anything else is refused.
   for (const std::string id : {"[1]", "{}", "true", R"({"a":18446744073709551615})"})
     add(Call("cli.source", "list", "{}", id),
@@ -98,7 +96,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
     add(Call("cli.source", "list", "{}", id), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":[)");
   add(Call("cli.source", "list", "{}", R"("\udc00")"),
       R"({"jsonrpc":"2.0","id":")" + kBad + kBad + kBad + R"(","result":[)");
-
   // Methods and params.
   const std::string invalid = "Invalid Request";
   add(Call("nope", "list", "{}", "10"), Failure("10", -32601, "Method not found: nope"));
@@ -113,7 +110,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
         Failure(
             "14", -32602,
             R"(Invalid params: params need an \"operation\" text and an optional \"input\" object)"));
-
   // Input that is not UTF-8, and garbage.
   const std::string parseError = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":)"
                                  R"("Parse error: )";
@@ -132,7 +128,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
       "[" + Failure("null", -32600, invalid) + "}}," + Failure("null", -32600, invalid) + "}}]");
   add("   \t", "");
   add("", "");
-
   // Limits: length, depth, values, strings, batch replies.
   add(R"({"a":")" + std::string(17 << 20, 'a') + "\"}",
       Failure("null", -32600, invalid + ": longer than 16 MiB") + "}}");
@@ -159,7 +154,6 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   EXPECT_EQ(batch[599]["error"]["code"], -32001);
   EXPECT_EQ(batch[599]["error"]["message"],
             "Server error: the replies of this batch exceed 16 MiB; the request was not run");
-
   add(Call("cli.namespace", "get", R"({"identity":{"path":"","name":"fleet"}})", R"("last")"),
       R"({"jsonrpc":"2.0","id":"last","result":{"identity":{"path":"","name":"fleet"},)");
   if (HasFailure()) return;

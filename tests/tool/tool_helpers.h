@@ -112,7 +112,6 @@ class Child {
     waitpid(pid_, nullptr, 0);
   }
   std::string Log() const { return Slurp(log_); }
-
   // Writes `text` whole to its `in`.
   void Send(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
@@ -121,7 +120,6 @@ class Child {
       at += static_cast<std::size_t>(written);
     }
   }
-
   // What its `out` writes up to the next `end`, which is dropped; false at the end of the output,
   // after `seconds` without an `end`, and ever after.
   bool Read(std::string& text, int seconds = 60, char end = '\n') {
@@ -144,7 +142,6 @@ class Child {
     pending_.erase(0, at + 1);
     return true;
   }
-
   // Ends its input, sends `signal` (none if 0) and waits for the end: the exit status, -1 unless
   // it exited; `peakKiB`, when given, is the most memory it held resident.
   int Wait(int signal = 0, long* peakKiB = nullptr) {
@@ -190,7 +187,6 @@ class Server : public Child {
     if (Read(line, 10) && line.rfind("listening on http://", 0) == 0) url_ = line.substr(13);
   }
   const std::string& Url() const { return url_; }
-
   // curl with `args` against `path`: the status line's code, headers and body.
   Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
     const std::string headers = log_ + ".headers", body = log_ + ".body";
