@@ -1,7 +1,6 @@
-// The explorer page of `ostra-metadata serve --http` in headless Chromium, driven over the
-// DevTools protocol on a pipe: the model as a reader sees it, the filter and the keys, a
-// permalink, a change of a source seen by polling, and model text that never becomes markup.
-// Screenshots are left beside the test binary. Skipped where Chromium is not installed.
+// The explorer page in headless Chromium, driven over the DevTools protocol: the model as a reader
+// sees it, the filter and the keys, a permalink, a change of a source seen by polling, and model
+// text that never becomes markup. Screenshots are left beside the test binary.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -71,7 +70,6 @@ class Browser {
     return value.HasMember("value") && value["value"].IsString() ? value["value"].GetString()
                                                                  : "<undefined>";
   }
-  // Waits until `expression` is true, at most `seconds`.
   bool WaitFor(const std::string& expression, int seconds) {
     return OstraTest::Eventually([&] { return Eval(expression) == "true"; }, seconds);
   }
@@ -104,14 +102,7 @@ class Browser {
   std::string session_;
 };
 
-// Writes `text` to `path` by renaming a new file over it, as editors and deployments do.
-void Replace(const fs::path& path, const std::string& text) {
-  std::ofstream(path.string() + ".new", std::ios::binary) << text;
-  fs::rename(path.string() + ".new", path);
-}
-
 TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
-  // Chromium as OSTRA_CHROMIUM names it, or where Debian puts it.
   const char* given = std::getenv("OSTRA_CHROMIUM");
   const std::string chromium = given ? given : "/usr/bin/chromium";
   if (access(chromium.c_str(), X_OK) != 0)
@@ -125,7 +116,7 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       "<img src=x onerror=document.title=1><script>document.title=2</script>";
   std::string metamodel = Slurp(sources / "metamodel.json");
   metamodel.replace(metamodel.find("Reads one vehicle."), 18, markup);
-  Replace(sources / "metamodel.json", metamodel);
+  OstraTest::Replace(sources / "metamodel.json", metamodel);
   OstraTest::Server server({OSTRA_TOOL, "--dir", sources, "serve", "--http", "0", "--watch"},
                            dir / "log");
   ASSERT_FALSE(server.Url().empty());
@@ -192,7 +183,7 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
   cli.insert(cli.find('[') + 1, R"({"type": "command", "path": "fleet.routes", "name": "optimise",
       "description": "Reorder the stops.", "node_metadata": {"service_id":
       "com.larkspur.fleet.routes.planner", "operation_id": "plan"}},)");
-  Replace(sources / "cli.json", cli);
+  OstraTest::Replace(sources / "cli.json", cli);
   EXPECT_TRUE(browser.WaitFor("!!byId('command:fleet.routes.optimise')", 15)) << server.Log();
   EXPECT_EQ(
       browser.Eval("[" + stop + ".open, byId('status').textContent.startsWith('Updated at')]"),

@@ -13,22 +13,15 @@
 
 namespace {
 
-using OstraTest::Call, OstraTest::Create, OstraTest::FileSource, OstraTest::Reply;
-using OstraTest::Server;
+using OstraTest::Call, OstraTest::Create, OstraTest::Failure, OstraTest::FileSource;
+using OstraTest::Reply, OstraTest::Server;
 namespace fs = std::filesystem;
 
-std::string Refused(const std::string& message) {
-  return OstraTest::Failure("7", -32001, message) + "}}";
-}
-
-class Http : public OstraTest::TempFilesTest {
- protected:
-  std::string Log() { return Write("log", ""); }
-  const std::string examples_ = OSTRA_EXAMPLES_DIR;
-};
+class Http : public OstraTest::TempFilesTest {};
 
 TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
-  Server server({OSTRA_TOOL, "--dir", examples_, "serve", "--http", "127.0.0.1:0"}, Log());
+  Server server({OSTRA_TOOL, "--dir", OSTRA_EXAMPLES_DIR, "serve", "--http", "127.0.0.1:0"},
+                Write("log", ""));
   ASSERT_FALSE(server.Url().empty()) << server.Log();
   const std::string get =
       Call("metamodel.component", "get", R"({"component_id":"com.larkspur.fleet"})");
@@ -59,22 +52,24 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   component.Parse(rpc.body.c_str());
   ASSERT_TRUE(document.IsObject() && component.IsObject());
   EXPECT_EQ(document["metamodel"]["components"][0], component["result"]);
-  EXPECT_EQ(document["sources"]["cli"][0]["info"]["filepath"].GetString(), examples_ + "/cli.json");
+  EXPECT_EQ(document["sources"]["cli"][0]["info"]["filepath"], OSTRA_EXAMPLES_DIR "/cli.json");
   EXPECT_EQ(document["cli"]["namespaces"].Size(), 6u);  // the root and five below it
   EXPECT_EQ(document["cli"]["commands"].Size(), 12u);
   EXPECT_EQ(document["metamodel"]["resources"]["com.larkspur.fleet.Vehicle"][0],
             "com.larkspur.fleet.vehicles.VehicleSpec");
   // Source management is refused unless allowed; reading the sources is not.
-  for (const auto& request : {Create("cli", FileSource(examples_ + "/cli.json")),
+  for (const auto& request : {Create("cli", FileSource(OSTRA_EXAMPLES_DIR "/cli.json")),
                               Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
                               Call("authentication.source", "reload")}) {
-    EXPECT_EQ(server.Rpc(request).body, Refused("source management is disabled")) << request;
+    EXPECT_EQ(server.Rpc(request).body,
+              Failure("7", -32001, "source management is disabled") + "}}")
+        << request;
   }
   EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
             R"({"jsonrpc":"2.0","id":7,"result":["cli"]})");
   // The explorer's files: the page's policy. The model and the files carry an ETag, which
-  // If-None-Match names in any of its forms, and are sent as they are whatever encodings the
-  // client accepts (cpp-httplib would compress them anew on every request).
+  // If-None-Match names in any of its forms, and are sent as they are whatever the client accepts
+  // (cpp-httplib would compress them anew on every request).
   const Reply page = server.Curl("/");
   EXPECT_EQ(page.Header("Content-Type"), "text/html; charset=utf-8");
   EXPECT_EQ(page.Header("Content-Security-Policy"),
@@ -103,7 +98,7 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
 
 // One server that manages sources under a root, watches a file, cuts off requests and stops.
 TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
-  const std::string cli = examples_ + "/cli.json", text = OstraTest::ExampleText("cli.json");
+  const std::string cli = OSTRA_EXAMPLES_DIR "/cli.json", text = OstraTest::ExampleText("cli.json");
   const std::string file = Write("cli", text);
   const fs::path root = fs::path(testing::TempDir()) / "Http.root";
   fs::remove_all(root);
@@ -112,8 +107,9 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   fs::create_symlink(cli, root / "link.json");  // a link out of the root
   Server server({OSTRA_TOOL, "--cli", "fleet=" + file, "serve", "--http", "0", "--watch",
                  "--threads", "2", "--allow-source-management", "--source-root", root.string()},
-                Log());
-  const std::string outside = Refused("source file is not a regular file under the source root");
+                Write("log", ""));
+  const std::string outside =
+      Failure("7", -32001, "source file is not a regular file under the source root") + "}}";
   for (const char* path :
        {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""})
     EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body, outside) << path;
@@ -136,8 +132,7 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   const std::string first = etag();
   std::string renamed = text;
   renamed.replace(renamed.find("\"fleet\""), 7, "\"flotte\"");
-  std::ofstream(file + ".new") << renamed;
-  fs::rename(file + ".new", file);  // a rename over the file
+  OstraTest::Replace(file, renamed);
   ASSERT_TRUE(changed(first));
   const std::string second = etag();
   std::ofstream(file, std::ios::trunc) << text;  // a write into it
@@ -168,8 +163,7 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
       std::this_thread::sleep_for(std::chrono::milliseconds(250));
     }
   });
-  char block[4096];
-  while (read(fd, block, sizeof block) > 0) {
+  for (char block[4096]; read(fd, block, sizeof block) > 0;) {
   }
   const auto cut = std::chrono::steady_clock::now();
   trickle.join();

@@ -61,10 +61,9 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
     add(Call("cli.source", "create", input, "3"), Failure("3", -32000, "Missing input: spec"));
   add(Create("cli", R"({"type":"FILE"})", "3"),
       Failure("3", -32000, "Input of the wrong type: spec"));
-  // In each domain: a created source must be a regular file (not a pipe, a device or a
-  // directory); an unknown source; and a notification, run without a reply: the list shows the
-  // name of the document it loads, with U+FFFD for each byte that is not UTF-8 (and for each of
-  // the lone surrogate's three).
+  // In each domain: a created source must be a regular file (not a pipe, a device or a directory);
+  // an unknown source; a notification, run without a reply: the list shows the name of the document
+  // it loads, U+FFFD for each byte that is not UTF-8 (and for each of the lone surrogate's three).
   const std::string name = "bad\xFF\\udc00", shown = "bad" + kBad + kBad + kBad + kBad;
   const std::string domains[][6] = {
       {"metamodel", "Metamodel", fifo,
@@ -149,8 +148,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   const auto batch =
       add("[" + get + Repeat("," + get, 599) + "]",
           R"([{"jsonrpc":"2.0","id":24,"result":{"info":{"name":"com.larkspur.fleet")");
-  ASSERT_TRUE(batch.IsArray());
-  EXPECT_EQ(batch.Size(), 600u);
+  ASSERT_TRUE(batch.IsArray() && batch.Size() == 600u);
   EXPECT_EQ(batch[599]["error"]["code"], -32001);
   EXPECT_EQ(batch[599]["error"]["message"],
             "Server error: the replies of this batch exceed 16 MiB; the request was not run");

@@ -58,6 +58,12 @@ inline std::string Failure(const std::string& id, int code, const std::string& m
          R"(,"message":")" + message + "\"";
 }
 
+// Writes `text` to `path` by renaming a new file over it, as editors and deployments do.
+inline void Replace(const std::string& path, const std::string& text) {
+  std::ofstream(path + ".new", std::ios::binary) << text;
+  std::rename((path + ".new").c_str(), path.c_str());
+}
+
 // Whether `done` comes true within `seconds`, asked every 50 ms.
 template <class Predicate>
 bool Eventually(Predicate done, int seconds = 10) {
@@ -168,8 +174,7 @@ class Child {
 
 struct Reply {
   int status = 0;
-  std::string headers;
-  std::string body;
+  std::string headers, body;
   std::string Header(const std::string& name) const {
     const auto at = headers.find("\n" + name + ": ");
     if (at == std::string::npos) return "<none>";
