@@ -52,15 +52,13 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   // has no message.
   add(Call("metamodel.component", "get", R"({"component_id":"zz"})", "1"),
       Failure("1", -32000, "Metamodel component not found: zz") + R"(,"data":{"kind":"NOT_FOUND")");
-  add(Call("cli.source", "frobnicate", "{}", "1"),
-      Failure("1", -32000,
-              "Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source"));
-  add(Create("cli", R"({"description":"d","type":"REMOTE","filepath":""})", "2"),
-      Failure("2", -32000, "UNSUPPORTED"));
+  const auto failed = [](const std::string& message) { return Failure("7", -32000, message); };
+  add(Call("cli.source", "frobnicate"),
+      failed("Operation not found: frobnicate of com.corvane.ostra.metadata.cli.source"));
+  add(Create("cli", R"({"description":"d","type":"REMOTE","filepath":""})"), failed("UNSUPPORTED"));
   for (const std::string input : {R"({"source_id":"x"})", R"({"source_id":"x","spec":null})"})
     add(Call("cli.source", "create", input, "3"), Failure("3", -32000, "Missing input: spec"));
-  add(Create("cli", R"({"type":"FILE"})", "3"),
-      Failure("3", -32000, "Input of the wrong type: spec"));
+  add(Create("cli", R"({"type":"FILE"})"), failed("Input of the wrong type: spec"));
   // In each domain: a created source must be a regular file (not a pipe, a device or a directory);
   // an unknown source; a notification, run without a reply: the list shows the name of the document
   // it loads, U+FFFD for each byte that is not UTF-8 (and for each of the lone surrogate's three).
@@ -69,7 +67,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
       {"metamodel", "Metamodel", fifo,
        R"({"metamodel":{"component":{"name":")" + name +
            R"(","documentation":"","metadata":{},"packages":[]}}})",
-       "metamodel.component", "[\"" + shown + R"(","com.larkspur.fleet"])"},
+       "metamodel.component", R"(["com.larkspur.fleet",")" + shown + "\"]"},
       {"authentication", "Authentication", "/dev/zero",
        R"({"authentication":{"component":{"name":")" + name + R"("}}})", "authentication.component",
        R"(["com.larkspur.fleet","com.larkspur.fleet.product",")" + shown + "\"]"},
@@ -77,32 +75,31 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
        R"({"cli":[{"type":"namespace","path":"","name":")" + name + R"(","description":"d"}]})",
        "cli.namespace", R"([{"path":"","name":""},{"path":"","name":")" + shown + "\"}"}};
   for (const auto& [domain, title, path, document, listed, list] : domains) {
-    add(Create(domain, FileSource(path), "4"),
-        Failure("4", -32000, title + " source file not found: " + path));
-    add(Call(domain + ".source", "get", R"({"source_id":"zz"})", "5"),
-        Failure("5", -32000, title + " source not found: zz"));
-    add(R"({"jsonrpc":"2.0","method":")" + domain + R"(.source","params":{"operation":"create",)" +
-            R"("input":{"source_id":"bad","spec":)" + FileSource(Write(domain, document)) + "}}}",
-        "");
+    add(Create(domain, FileSource(path)), failed(title + " source file not found: " + path));
+    add(Call(domain + ".source", "get", R"({"source_id":"zz"})"),
+        failed(title + " source not found: zz"));
+    add(Create(domain, FileSource(Write(domain, document)), ""), "");
     add(Call(listed, "list", "{}", "6"), R"({"jsonrpc":"2.0","id":6,"result":)" + list);
   }
   // Ids: strings, numbers exactly as written, null; anything else is refused.
+  const auto invalid = [](const std::string& detail) {
+    return Failure("null", -32600, "Invalid Request" + detail);
+  };
   for (const std::string id : {"[1]", "{}", "true", R"({"a":18446744073709551615})"})
-    add(Call("cli.source", "list", "{}", id),
-        Failure("null", -32600, "Invalid Request: an id is a string, a number or null"));
+    add(Call("cli.source", "list", "{}", id), invalid(": an id is a string, a number or null"));
   for (const std::string id : {"18446744073709551615", "-9223372036854775809", "1.50", "-0", "1e2",
                                "-12.5E-3", R"("s")", "null"})
     add(Call("cli.source", "list", "{}", id), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":[)");
   add(Call("cli.source", "list", "{}", R"("\udc00")"),
       R"({"jsonrpc":"2.0","id":")" + kBad + kBad + kBad + R"(","result":[)");
   // Methods and params.
-  const std::string invalid = "Invalid Request";
   add(Call("nope", "list", "{}", "10"), Failure("10", -32601, "Method not found: nope"));
   add(R"({"jsonrpc":"2.0","id":11,"method":"nope"})",
       Failure("11", -32601, "Method not found: nope"));
   add(R"({"jsonrpc":"2.0","method":"nope"})", "");
-  add(R"({"jsonrpc":"2.0","id":12,"method":5})", Failure("12", -32600, invalid));
-  add(R"({"jsonrpc":"1.0","id":13,"method":"cli.source"})", Failure("13", -32600, invalid));
+  add(R"({"jsonrpc":"2.0","id":12,"method":5})", Failure("12", -32600, "Invalid Request"));
+  add(R"({"jsonrpc":"1.0","id":13,"method":"cli.source"})",
+      Failure("13", -32600, "Invalid Request"));
   for (const std::string params :
        {"5", "{}", R"({"operation":5})", R"({"operation":"list","input":[]})"})
     add(R"({"jsonrpc":"2.0","id":14,"method":"cli.source","params":)" + params + "}",
@@ -121,25 +118,23 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   add(std::string(R"({"jsonrpc":"2.0","id":18,"method":"nope"})") + std::string(1, '\0') + "junk",
       parseError + "a NUL byte at offset 41\"");
   for (const std::string request : {"null", "42", R"("x")", "{}"})
-    add(request, Failure("null", -32600, invalid));
-  add("[]", Failure("null", -32600, invalid + ": an empty batch"));
-  add("[1,2]",
-      "[" + Failure("null", -32600, invalid) + "}}," + Failure("null", -32600, invalid) + "}}]");
+    add(request, invalid(""));
+  add("[]", invalid(": an empty batch"));
+  add("[1,2]", "[" + invalid("") + "}}," + invalid("") + "}}]");
   add("   \t", "");
   add("", "");
   // Limits: length, depth, values, strings, batch replies.
-  add(R"({"a":")" + std::string(17 << 20, 'a') + "\"}",
-      Failure("null", -32600, invalid + ": longer than 16 MiB") + "}}");
+  add(R"({"a":")" + std::string(17 << 20, 'a') + "\"}", invalid(": longer than 16 MiB") + "}}");
   add(Call("metamodel.component", "list",
            R"({"x":)" + std::string(100000, '[') + std::string(100000, ']') + "}", "19"),
-      Failure("null", -32600, invalid + ": nesting deeper than 1000"));
+      invalid(": nesting deeper than 1000"));
   add(Call("metamodel.component", "list",
            R"({"x":)" + std::string(990, '[') + std::string(990, ']') + "}", "20"),
-      R"({"jsonrpc":"2.0","id":20,"result":[")" + shown + R"(","com.larkspur.fleet"]})");
+      R"({"jsonrpc":"2.0","id":20,"result":["com.larkspur.fleet",")" + shown + "\"]}");
   add(Call("metamodel.component", "list", R"({"x":[0)" + Repeat(",0", 300000) + "]}", "21"),
-      Failure("null", -32600, invalid + ": more than 262144 values"));
+      invalid(": more than 262144 values"));
   add(Call("cli.source", "get", R"({"source_id":")" + std::string(2 << 20, 's') + "\"}", "22"),
-      Failure("null", -32600, invalid + ": a string longer than 1 MiB"));
+      invalid(": a string longer than 1 MiB"));
   add(Call("cli.source", "get", R"({"source_id":")" + Repeat("\\u0001", 1000000) + "\"}", "23"),
       R"({"jsonrpc":"2.0","id":23,"error":{"code":-32000,"message":)"
       R"("Cli source not found: \u0001\u0001)");

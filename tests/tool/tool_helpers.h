@@ -39,12 +39,12 @@ inline std::string Quote(const std::vector<std::string>& words) {
   return quoted;
 }
 
-// A request of `operation` on `method`; a FILE source spec; a request that creates source "x"
-// from `spec`; the start of an error reply, up to the end of its message.
+// A request of `operation` on `method`, a notification without `id`; a FILE source spec; a request
+// that creates source "x" from `spec`; the start of an error reply, up to the end of its message.
 inline std::string Call(const std::string& method, const std::string& operation,
                         const std::string& input = "{}", const std::string& id = "7") {
-  return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method +
-         R"(","params":{"operation":")" + operation + R"(","input":)" + input + "}}";
+  return R"({"jsonrpc":"2.0",)" + (id.empty() ? "" : R"("id":)" + id + ",") + R"("method":")" +
+         method + R"(","params":{"operation":")" + operation + R"(","input":)" + input + "}}";
 }
 inline std::string FileSource(const std::string& path) {
   return R"({"description":"d","type":"FILE","filepath":")" + path + R"("})";
