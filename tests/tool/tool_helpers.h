@@ -175,6 +175,7 @@ class Child {
 struct Reply {
   int status = 0;
   std::string headers, body;
+  std::string Text() const { return std::to_string(status) + " " + body; }
   std::string Header(const std::string& name) const {
     const auto at = headers.find("\n" + name + ": ");
     if (at == std::string::npos) return "<none>";
