@@ -128,7 +128,8 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       << browser.Eval("document.getElementById('status').textContent");
   // Every kind of name is drawn; the type of a field, the schemes and Cli commands of an
   // operation, the title; no markup from the model.
-  browser.Eval("(window.byId = (id) => document.getElementById(id), 0)");
+  browser.Eval(R"((window.byId = (id) => document.getElementById(id),
+      window.plan = byId('operation:com.larkspur.fleet.routes.planner/plan'), 0))");
   EXPECT_EQ(browser.Eval(R"([
       'component:com.larkspur.fleet', 'package:com.larkspur.fleet.routes',
       'service:com.larkspur.fleet.routes.planner', 'operation:com.larkspur.fleet.routes.planner/plan',
@@ -137,14 +138,12 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       'command:fleet.routes.plan', 'option:fleet.vehicles.list/depot', 'resource:com.larkspur.fleet.Route',
       'scheme:com.larkspur.security.session_token', 'source:cli/cli'].filter((id) => !byId(id)))"),
             "[]");
-  const std::string plan = "byId('operation:com.larkspur.fleet.routes.planner/plan')";
   EXPECT_EQ(
-      browser.Eval("[byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector("
-                   "'.type').textContent, " +
-                   plan + ".querySelector('.auth').textContent, [..." + plan +
-                   ".querySelectorAll('a[href^=\"#command:\"]')].map((a) => a.textContent), "
-                   "document.title, document.querySelectorAll('main img, main script').length, "
-                   "[...document.querySelectorAll('.doc')].some((p) => p.textContent === " +
+      browser.Eval(R"([byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector('.type')
+          .textContent, plan.querySelector('.auth').textContent,
+          [...plan.querySelectorAll('a[href^="#command:"]')].map((a) => a.textContent),
+          document.title, document.querySelectorAll('main img, main script').length,
+          [...document.querySelectorAll('.doc')].some((p) => p.textContent === )" +
                    Json(markup) + ")]"),
       R"(["map<string, optional<double>>","com.larkspur.security.session_token session-aware )"
       R"(session manager com.larkspur.security.session",["fleet routes plan"],)"

@@ -200,13 +200,13 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   {"type": "command", "path": "klin", "name": "stop", "description": "",
    "node_metadata": {"service_id": "p.s", "operation_id": "fire"}}]})"},
       {"metamodel",
-       R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {},
-"packages": [{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], "structures": [],
-"services": [{"name": "p.s", "documentation": "", "metadata": {}, "enumerations": [],
-"structures": [], "constants": [], "operations": [{"name": "fire", "documentation": "",
-"metadata": {}, "params": [], "result": {"documentation": "", "metadata": {}, "type": {"category":
-"builtin", "primitive_type": "void"}}, "errors": [{"user_defined_type_name": "p.Jam",
-"documentation": ""}]}]}]}]}}})"},
+       R"({"metamodel": {"component": {"name": "k", "documentation": "", "metadata": {}, "packages":
+[{"name": "p", "documentation": "", "metadata": {}, "enumerations": [], "structures": [],
+"services": [{"name": "p.s", "documentation": "", "metadata": {}, "enumerations": [], "structures":
+[], "constants": [], "operations": [{"name": "fire", "documentation": "", "metadata": {}, "params":
+[], "result": {"documentation": "", "metadata": {}, "type": {"category": "builtin",
+"primitive_type": "void"}}, "errors": [{"user_defined_type_name": "p.Jam", "documentation":
+""}]}]}]}]}}})"},
       {"notes", R"({"title": "kiln notes"})"}};
   // The output with D/ for the directory and #NAME for the fingerprint of document NAME, as the
   // stores report a source's: the CRC32 of the hexadecimal CRC32 of its text.
@@ -232,7 +232,7 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
 "suggestion":"did you mean \"fire\"?"},{"file":"D/cli.json","line":5,"column":31,
 "pointer":"/cli/2/path","severity":"warning","id":"undeclared-namespace",
 "message":"no Cli document declares the namespace \"klin\"","suggestion":"did you mean \"kiln\"?"},
-{"file":"D/metamodel.json","line":6,"column":78,
+{"file":"D/metamodel.json","line":6,"column":67,
 "pointer":"/metamodel/component/packages/0/services/0/operations/0/errors/0/user_defined_type_name",
 "severity":"warning","id":"unresolved-reference",
 "message":"no loaded Metamodel source defines a structure or enumeration \"p.Jam\"",

@@ -103,9 +103,9 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
   for (const std::string params :
        {"5", "{}", R"({"operation":5})", R"({"operation":"list","input":[]})"})
     add(R"({"jsonrpc":"2.0","id":14,"method":"cli.source","params":)" + params + "}",
-        Failure(
-            "14", -32602,
-            R"(Invalid params: params need an \"operation\" text and an optional \"input\" object)"));
+        Failure("14", -32602,
+                R"(Invalid params: params need an \"operation\" text and an optional \"input\" )"
+                "object"));
   // Input that is not UTF-8, and garbage.
   const std::string parseError = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":)"
                                  R"("Parse error: )";
