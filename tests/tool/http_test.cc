@@ -119,17 +119,14 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   fs::remove_all(root);
   // A watched file that changes changes the ETag; one that does not load keeps the old data.
   const auto etag = [&server] { return server.Curl("/v1/metadata").Header("ETag"); };
-  const auto changed = [&](const std::string& old) {
-    return OstraTest::Eventually([&] { return etag() != old; });
-  };
   const std::string first = etag();
   std::string renamed = text;
   renamed.replace(renamed.find("\"fleet\""), 7, "\"flotte\"");
   OstraTest::Replace(file, renamed);
-  ASSERT_TRUE(changed(first));
+  ASSERT_TRUE(OstraTest::Eventually([&] { return etag() != first; }));
   const std::string second = etag();
   std::ofstream(file, std::ios::trunc) << text;  // a write into it
-  ASSERT_TRUE(changed(second));
+  ASSERT_TRUE(OstraTest::Eventually([&] { return etag() != second; }));
   EXPECT_EQ(etag(), first);
   std::ofstream(file, std::ios::trunc) << R"({"cli": [)";
   OstraTest::Eventually([&] { return !server.Log().empty(); });
@@ -164,8 +161,8 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   EXPECT_GT(cut - start, std::chrono::milliseconds(4500));
   EXPECT_LT(cut - start, std::chrono::seconds(7));
   // A request in flight when SIGTERM comes is answered; the server then exits 0.
-  const std::string body = Call("cli.source", "list") + std::string(300000, ' ');
-  const std::string request = "@" + Write("slow", body);
+  const std::string request =
+      "@" + Write("slow", Call("cli.source", "list") + std::string(300000, ' '));
   std::string reply;
   std::thread slow([&] { reply = server.Rpc(request, {"--limit-rate", "200k"}).body; });
   std::this_thread::sleep_for(std::chrono::milliseconds(500));

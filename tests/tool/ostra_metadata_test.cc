@@ -10,8 +10,9 @@ namespace {
 
 using OstraTest::Crc, OstraTest::Quote, OstraTest::Slurp;
 
-std::string ReplaceAll(std::string text,
-                       const std::vector<std::pair<std::string, std::string>>& replacements) {
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+std::string ReplaceAll(std::string text, const Pairs& replacements) {
   for (const auto& [from, to] : replacements)
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
       text.replace(at, from.size(), to);
@@ -149,12 +150,11 @@ TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
        "[ostra.metadata.cli.json.invalid.field]\n"
        "    at /cli/0/node_metadata/options/0\n"},
       // Both sections fail and the document still loads: each fault costs it a part.
-      {3, "2 errors, 0 warnings",
-       "{\"authentication\": {\n \"product\": {\"name\": \"kiln\", \"schemes\": {\"basic\": "
-       "{\"authenticationScheme\": \"b\", \"type\": \"sessionless\"}},\n  \"services\": "
-       "{\"p.s\": [\"basik\"]}},\n \"component\": {\"name\": \"kiln2\", \"operations\": "
-       "{\"p.s.op\": [], \"s.op\": []}}}}\n",
-       "3:24: error: Authentication unknown schema name: id; the \"product\" section is not "
+      {3, "2 errors, 0 warnings", R"({"authentication": {
+ "product": {"name": "kiln", "schemes": {"basic": {"authenticationScheme": "b",
+  "type": "sessionless"}}, "services": {"p.s": ["basik"]}},
+ "component": {"name": "kiln2", "operations": {"p.s.op": [], "s.op": []}}}})",
+       "3:49: error: Authentication unknown schema name: id; the \"product\" section is not "
        "loaded [section-dropped]\n"
        "    at /authentication/product/services/p.s/0; \"basik\" is not a scheme of the "
        "component; did you mean \"basic\"?\n"
@@ -210,8 +210,7 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
       {"notes", R"({"title": "kiln notes"})"}};
   // The output with D/ for the directory and #NAME for the fingerprint of document NAME, as the
   // stores report a source's: the CRC32 of the hexadecimal CRC32 of its text.
-  std::vector<std::pair<std::string, std::string>> placeholders{{"\n", ""},
-                                                                {"D/", dir.string() + "/"}};
+  Pairs placeholders{{"\n", ""}, {"D/", dir.string() + "/"}};
   for (const auto& [name, text] : documents) {
     std::ofstream(dir / (name + ".json"), std::ios::binary) << text;
     placeholders.emplace_back("#" + name, Crc(Crc(text)));
