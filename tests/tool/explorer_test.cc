@@ -13,7 +13,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using OstraTest::Slurp;
+using OstraTest::Quote, OstraTest::Slurp;
 
 std::string Json(const std::string& text) {
   rapidjson::StringBuffer buffer;
@@ -49,16 +49,15 @@ class Browser {
     const int id = ++lastId_;
     chromium_.Send("{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" +
                    params + (toPage ? ",\"sessionId\":\"" + session_ + "\"}" : "}") + '\0');
-    rapidjson::Document reply;
+    rapidjson::Document result;
     for (std::string text; chromium_.Read(text, 20, '\0');) {
       rapidjson::Document parsed;
       parsed.Parse(text.c_str());
-      if (parsed.IsObject() && parsed.HasMember("id") && parsed["id"].GetInt() == id) {
-        if (parsed.HasMember("result")) reply.CopyFrom(parsed["result"], reply.GetAllocator());
-        break;
-      }
+      if (!parsed.IsObject() || !parsed.HasMember("id") || parsed["id"].GetInt() != id) continue;
+      if (parsed.HasMember("result")) result.CopyFrom(parsed["result"], result.GetAllocator());
+      break;
     }
-    return reply;
+    return result;
   }
   // The value of a JavaScript expression in the page, as JSON text.
   std::string Eval(const std::string& expression) {
@@ -90,10 +89,9 @@ class Browser {
     const auto shot = Call("Page.captureScreenshot", R"({"format":"png"})");
     if (!shot.IsObject() || !shot.HasMember("data")) return false;
     std::ofstream(path + ".base64") << shot["data"].GetString();
-    return std::system(("base64 -d" + OstraTest::Quote({path + ".base64"}) + " >" +
-                        OstraTest::Quote({path}))
-                           .c_str()) == 0 &&
-           std::remove((path + ".base64").c_str()) == 0;
+    const std::string base64 = Quote({path + ".base64"});
+    return std::system(("base64 -d" + base64 + " >" + Quote({path}) + " && rm" + base64).c_str()) ==
+           0;
   }
 
  private:

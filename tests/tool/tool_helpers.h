@@ -9,12 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,9 +20,8 @@
 namespace OstraTest {
 
 inline std::string Slurp(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // `words` quoted for the shell, each after a space.
@@ -131,7 +128,8 @@ class Child {
   bool Read(std::string& text, int seconds = 60, char end = '\n') {
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + std::chrono::seconds(seconds);
-    for (std::size_t at; !ended_ && (at = pending_.find(end)) == std::string::npos;) {
+    std::size_t at = 0;
+    while (!ended_ && (at = pending_.find(end)) == std::string::npos) {
       const auto left =
           std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
       pollfd ready{from_, POLLIN, 0};
@@ -140,10 +138,9 @@ class Child {
                               ? read(from_, block, sizeof block)
                               : 0;
       ended_ = got <= 0;
-      pending_.append(block, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      pending_.append(block, got > 0 ? static_cast<std::size_t>(got) : 0);
     }
     if (ended_) return false;
-    const std::size_t at = pending_.find(end);
     text = pending_.substr(0, at);
     pending_.erase(0, at + 1);
     return true;
