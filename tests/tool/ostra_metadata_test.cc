@@ -22,6 +22,9 @@ std::string ReplaceAll(std::string text, const Pairs& replacements) {
 struct ToolRun {
   int status = -1;
   std::string out, err;
+  // The exit status, then what the tool wrote to stdout or to stderr.
+  std::string Out() const { return std::to_string(status) + " " + out; }
+  std::string Err() const { return std::to_string(status) + " " + err; }
 };
 
 class ToolTest : public OstraTest::TempFilesTest {
@@ -76,21 +79,18 @@ TEST_F(ToolTest, CallsAnswerJsonOrTheErrorWithItsMessages) {
   const std::string cli = "fleet=" + examples_ + "/cli.json";
   ToolRun run = Tool({"--cli", cli, "call", "cli.command", "get",
                       R"({"identity":{"path":"fleet.routes","name":"fly"}})"});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err,
-            R"({"kind":"NOT_FOUND","messages":[{"id":"ostra.metada.cli.command.not.found",)"
+  EXPECT_EQ(run.Err(),
+            R"(2 {"kind":"NOT_FOUND","messages":[{"id":"ostra.metada.cli.command.not.found",)"
             R"("text":"Cli command not found: fleet.routes.fly","args":["fleet.routes.fly"]}]})"
             "\n");
   run = Tool({"--cli", cli, "call", "com.corvane.ostra.metadata.cli.source", "list"});
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.out, "[\"fleet\"]\n");
+  EXPECT_EQ(run.Out(), "0 [\"fleet\"]\n") << run.err;
   run = Tool({"--cli", cli, "call", "cli.nothing", "list"});
   EXPECT_EQ(run.status, 2);
   EXPECT_NE(run.err.find("com.corvane.ostra.metadata.metamodel.component"), std::string::npos);
   // A source that does not load stops the tool before the command.
   run = Tool({"--cli", cli, "--cli", cli, "call", "cli.source", "list"});
-  EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.Out(), "3 ");
   EXPECT_NE(run.err.find("ostra.metada.cli.source.exists"), std::string::npos) << run.err;
   run = Tool({"-m", "/no/such/file.json"});
   EXPECT_EQ(run.status, 3);
@@ -176,10 +176,9 @@ TEST_F(ToolTest, CheckPlacesEachFaultAndSuggestsTheFix) {
   for (const auto& [status, summary, text, findings] : cases) {
     SCOPED_TRACE(text);
     const std::string file = Write("document", text);
-    const ToolRun run = Tool({"check", file});
-    EXPECT_EQ(run.status, status);
-    EXPECT_EQ(run.out,
-              ReplaceAll("{}" + findings, {{"{}", file + ":"}}) + "1 file: " + summary + "\n");
+    EXPECT_EQ(Tool({"check", file}).Out(), std::to_string(status) + " " +
+                                               ReplaceAll("{}" + findings, {{"{}", file + ":"}}) +
+                                               "1 file: " + summary + "\n");
   }
 }
 
@@ -217,8 +216,7 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   }
   std::ofstream(dir / "README") << "{\"cli\": [";  // not a *.json file: not read
   ToolRun run = Tool({"check", "--format", "json", dir.string()});
-  EXPECT_EQ(run.status, 0) << run.out;
-  EXPECT_EQ(run.out, ReplaceAll(R"({"files":[{"file":"D/authentication.json",
+  EXPECT_EQ(run.Out(), ReplaceAll(R"(0 {"files":[{"file":"D/authentication.json",
 "domain":"authentication","fingerprint":"#authentication","loaded":true},{"file":"D/cli.json",
 "domain":"cli","fingerprint":"#cli","loaded":true},{"file":"D/metamodel.json","domain":"metamodel",
 "fingerprint":"#metamodel","loaded":true},{"file":"D/notes.json","domain":null,"fingerprint":null,
@@ -239,8 +237,8 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
 "id":"unknown-member","message":"not a metadata document: its root has no \"metamodel\",
  \"authentication\" or \"cli\" member","suggestion":null}],"omitted":0}
 )",
-                                placeholders) +
-                         "\n");
+                                  placeholders) +
+                           "\n");
   EXPECT_EQ(Tool({"check", "--strict", dir.string()}).status, 2);
   EXPECT_EQ(Tool({"--dir", dir.string()}).status, 0);
   // A truncated document is an error; GitHub's format escapes the file (a property) and the text.
@@ -276,22 +274,20 @@ TEST_F(ToolTest, DiffExitStatusFollowsTheWorstChange) {
   moved.replace(moved.find(R"("operation_id": "list")"), 22, R"("operation_id": "get")");
   const std::string changed = Write("cli", moved);
   ToolRun run = Tool({"diff", old, changed});
-  EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(
-      run.out,
-      "dangerous cli             cli-command-operation-changed  fleet.vehicles.list  "
+      run.Out(),
+      "0 dangerous cli             cli-command-operation-changed  fleet.vehicles.list  "
       "com.larkspur.fleet.vehicles.registry#list -> com.larkspur.fleet.vehicles.registry#get\n"
       "1 change: 0 breaking, 1 dangerous, 0 safe\n");
   run = Tool({"diff", "--fail-on", "dangerous", "--format", "json", old, changed});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.out, ReplaceAll(R"({"old":{"metamodel":"00000000","authentication":"00000000",
+  EXPECT_EQ(run.Out(), ReplaceAll(R"(2 {"old":{"metamodel":"00000000","authentication":"00000000",
 "cli":"OLD"},"new":{"metamodel":"00000000","authentication":"00000000","cli":"NEW"},
 "changes":[{"rule":"cli-command-operation-changed","level":"dangerous","domain":"cli",
 "path":"fleet.vehicles.list","old":"com.larkspur.fleet.vehicles.registry#list",
 "new":"com.larkspur.fleet.vehicles.registry#get"}]}
 )",
-                                {{"\n", ""}, {"OLD", Crc(Crc(cli))}, {"NEW", Crc(Crc(moved))}}) +
-                         "\n");
+                                  {{"\n", ""}, {"OLD", Crc(Crc(cli))}, {"NEW", Crc(Crc(moved))}}) +
+                           "\n");
   // Directories; a change that breaks clients fails the diff unless --fail-on none.
   EXPECT_EQ(Tool({"diff", examples_, examples_}).out, "no changes\n");
   const std::string metamodel = examples_ + "/metamodel.json";
@@ -312,8 +308,7 @@ TEST_F(ToolTest, DiffExitStatusFollowsTheWorstChange) {
   EXPECT_EQ(run.status, 3);
   EXPECT_NE(run.err.find("ostra.metadata.cli.json.invalid.field"), std::string::npos) << run.err;
   run = Tool({"diff", "/no/such.json", old});
-  EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(run.err, "ostra-metadata: /no/such.json: cannot be read\n");
+  EXPECT_EQ(run.Err(), "3 ostra-metadata: /no/such.json: cannot be read\n");
 }
 
 }  // namespace
