@@ -41,7 +41,6 @@ class Browser {
     if (attached.IsObject() && attached.HasMember("sessionId"))
       session_ = attached["sessionId"].GetString();
   }
-  bool Ready() const { return !session_.empty(); }
   // Sends a command (to the page unless `toPage` is false) and answers its result; not an object
   // when the browser answered an error or nothing within 20 s.
   rapidjson::Document Call(const std::string& method, const std::string& params,
@@ -119,7 +118,7 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
                            dir / "log");
   ASSERT_FALSE(server.Url().empty());
   Browser browser(chromium, dir);
-  ASSERT_TRUE(browser.Ready()) << Slurp(dir / "chromium.log");
+  ASSERT_EQ(browser.Eval("1 + 1"), "2") << Slurp(dir / "chromium.log");
   browser.Call("Page.navigate", "{\"url\":" + Json(server.Url() + "/") + "}");
   ASSERT_TRUE(
       browser.WaitFor("document.getElementById('main').getAttribute('aria-busy') === 'false'", 20))

@@ -247,14 +247,12 @@ TEST_F(ToolTest, CheckComparesTheDocumentsOfADirectory) {
   run = Tool({"check", "--strict", "--format", "github", dir.string()});
   EXPECT_EQ(run.status, 3);
   const std::string github = ReplaceAll(run.out, {{dir.string(), "D"}});
-  EXPECT_NE(github.find("::error file=D/truncated.json,line=1,col=42::Metamodel source file parse "
-                        "error : 4 at 41 [ostra.metadata.metamodel.parse.error]%0AMissing a name "
-                        "for object member.\n"),
-            std::string::npos)
-      << github;
-  EXPECT_NE(github.find("::warning file=D/a%2Cb%3Ac%25.json,line=1,col=13::no reader reads "
-                        "\"50%25%0Aof\" [unknown-member]\n"),
-            std::string::npos);
+  for (const char* line :
+       {"::error file=D/truncated.json,line=1,col=42::Metamodel source file parse error : 4 at 41 "
+        "[ostra.metadata.metamodel.parse.error]%0AMissing a name for object member.\n",
+        "::warning file=D/a%2Cb%3Ac%25.json,line=1,col=13::no reader reads \"50%25%0Aof\" "
+        "[unknown-member]\n"})
+    EXPECT_NE(github.find(line), std::string::npos) << github;
   EXPECT_EQ(Tool({"--dir", dir.string()}).status, 3);
   fs::remove_all(dir);
   // Warnings past a thousand per file are counted, not kept.
