@@ -1,6 +1,6 @@
-// `ostra-metadata serve --http` on a free loopback port, driven with curl as a client would: what
-// HTTP adds to the JSON-RPC core that serve --stdio shares (status codes, the model document and
-// its ETag, the explorer's files, the guard on source management, watching, connection limits).
+// `ostra-metadata serve --http` driven with curl: what HTTP adds to the JSON-RPC core (status
+// codes, the model and its ETag, the explorer's files, the guard on source management, watching,
+// limits).
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <rapidjson/document.h>
@@ -141,10 +141,8 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   EXPECT_EQ(server.Curl("/v1/metadata", headers).status, 400);
   // Headers that trickle in are cut off five seconds after they began (the 400 sent then is lost
   // when the client goes on sending).
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  const auto port =
-      static_cast<uint16_t>(std::stoi(server.Url().substr(server.Url().rfind(':') + 1)));
-  sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+  const int fd = socket(AF_INET, SOCK_STREAM, 0), port = std::stoi(server.Url().substr(17));
+  sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
   ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   const auto start = std::chrono::steady_clock::now();
   std::thread trickle([fd] {

@@ -48,8 +48,7 @@ TEST_F(Serve, HostileClientGetsAReplyToEveryRequestAndTheServerStaysUp) {
     EXPECT_EQ(reply.substr(0, expected.size()), expected) << reply.substr(0, 300);
     return json;
   };
-  // An operation's error: the text of its first message and the error as data; its kind when it
-  // has no message.
+  // An operation's error: its first message's text and the error as data; its kind if no message.
   add(Call("metamodel.component", "get", R"({"component_id":"zz"})", "1"),
       Failure("1", -32000, "Metamodel component not found: zz") + R"(,"data":{"kind":"NOT_FOUND")");
   const auto failed = [](const std::string& message) { return Failure("7", -32000, message); };
