@@ -115,7 +115,6 @@ class Child {
     waitpid(pid_, nullptr, 0);
   }
   std::string Log() const { return Slurp(log_); }
-  // Writes `text` whole to its `in`.
   void Send(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
       const ssize_t written = write(to_, text.data() + at, text.size() - at);
