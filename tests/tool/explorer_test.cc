@@ -1,7 +1,6 @@
-// The explorer page of `ostra-metadata serve --http` in headless Chromium, driven over the
-// DevTools protocol on a pipe: the model as a reader sees it, the filter and the keys, a
-// permalink, a change of a source seen by polling, and model text that never becomes markup.
-// Screenshots are left beside the test binary. Skipped where Chromium is not installed.
+// The explorer page in headless Chromium, driven over the DevTools protocol: the model as a reader
+// sees it, the filter and the keys, a permalink, a change of a source seen by polling, and model
+// text that never becomes markup. Screenshots are left beside the test binary.
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -14,7 +13,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using OstraTest::Slurp;
+using OstraTest::Quote, OstraTest::Slurp;
 
 std::string Json(const std::string& text) {
   rapidjson::StringBuffer buffer;
@@ -42,8 +41,6 @@ class Browser {
     if (attached.IsObject() && attached.HasMember("sessionId"))
       session_ = attached["sessionId"].GetString();
   }
-  bool Ready() const { return !session_.empty(); }
-
   // Sends a command (to the page unless `toPage` is false) and answers its result; not an object
   // when the browser answered an error or nothing within 20 s.
   rapidjson::Document Call(const std::string& method, const std::string& params,
@@ -51,18 +48,16 @@ class Browser {
     const int id = ++lastId_;
     chromium_.Send("{\"id\":" + std::to_string(id) + ",\"method\":\"" + method + "\",\"params\":" +
                    params + (toPage ? ",\"sessionId\":\"" + session_ + "\"}" : "}") + '\0');
-    rapidjson::Document reply;
+    rapidjson::Document result;
     for (std::string text; chromium_.Read(text, 20, '\0');) {
       rapidjson::Document parsed;
       parsed.Parse(text.c_str());
-      if (parsed.IsObject() && parsed.HasMember("id") && parsed["id"].GetInt() == id) {
-        if (parsed.HasMember("result")) reply.CopyFrom(parsed["result"], reply.GetAllocator());
-        break;
-      }
+      if (!parsed.IsObject() || !parsed.HasMember("id") || parsed["id"].GetInt() != id) continue;
+      if (parsed.HasMember("result")) result.CopyFrom(parsed["result"], result.GetAllocator());
+      break;
     }
-    return reply;
+    return result;
   }
-
   // The value of a JavaScript expression in the page, as JSON text.
   std::string Eval(const std::string& expression) {
     const auto result =
@@ -73,23 +68,18 @@ class Browser {
     return value.HasMember("value") && value["value"].IsString() ? value["value"].GetString()
                                                                  : "<undefined>";
   }
-
-  // Waits until `expression` is true, at most `seconds`.
   bool WaitFor(const std::string& expression, int seconds) {
     return OstraTest::Eventually([&] { return Eval(expression) == "true"; }, seconds);
   }
-
   // Presses `key` and answers the expression `then` after it.
   std::string Key(const std::string& key, const std::string& then = "0") {
-    const std::string code = key == "/" ? "Slash" : key;
-    for (const char* type : {"keyDown", "keyUp"}) {
+    for (const char* type : {"keyDown", "keyUp"})
       Call("Input.dispatchKeyEvent", std::string("{\"type\":\"") + type +
-                                         "\",\"key\":" + Json(key) + ",\"code\":" + Json(code) +
+                                         "\",\"key\":" + Json(key) +
+                                         ",\"code\":" + Json(key == "/" ? "Slash" : key) +
                                          (key.size() == 1 ? ",\"text\":" + Json(key) : "") + "}");
-    }
     return Eval(then);
   }
-
   // A PNG of the page at `path`, at `width` pixels wide, decoded by coreutils' base64.
   bool Screenshot(int width, const std::string& path) {
     Call("Emulation.setDeviceMetricsOverride",
@@ -98,9 +88,9 @@ class Browser {
     const auto shot = Call("Page.captureScreenshot", R"({"format":"png"})");
     if (!shot.IsObject() || !shot.HasMember("data")) return false;
     std::ofstream(path + ".base64") << shot["data"].GetString();
-    const std::string decode =
-        "base64 -d " + OstraTest::Quote(path + ".base64") + " >" + OstraTest::Quote(path);
-    return std::system(decode.c_str()) == 0 && std::remove((path + ".base64").c_str()) == 0;
+    const std::string base64 = Quote({path + ".base64"});
+    return std::system(("base64 -d" + base64 + " >" + Quote({path}) + " && rm" + base64).c_str()) ==
+           0;
   }
 
  private:
@@ -109,44 +99,34 @@ class Browser {
   std::string session_;
 };
 
-// Writes `text` to `path` by renaming a new file over it, as editors and deployments do.
-void Replace(const fs::path& path, const std::string& text) {
-  std::ofstream(path.string() + ".new", std::ios::binary) << text;
-  fs::rename(path.string() + ".new", path);
-}
-
 TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
-  // Chromium as OSTRA_CHROMIUM names it, or where Debian puts it.
   const char* given = std::getenv("OSTRA_CHROMIUM");
   const std::string chromium = given ? given : "/usr/bin/chromium";
   if (access(chromium.c_str(), X_OK) != 0)
     GTEST_SKIP() << "chromium is not installed (scripts/install-deps chromium)";
-
   // The examples, one documentation text holding markup.
   const fs::path dir = fs::path(testing::TempDir()) / "explorer-test", sources = dir / "sources";
   fs::remove_all(dir);
   fs::create_directories(sources);
-  for (const char* name : {"metamodel.json", "authentication.json", "cli.json"})
-    fs::copy_file(fs::path(OSTRA_EXAMPLES_DIR) / name, sources / name);
+  fs::copy(OSTRA_EXAMPLES_DIR, sources);  // its files, not its subdirectories
   const std::string markup =
       "<img src=x onerror=document.title=1><script>document.title=2</script>";
   std::string metamodel = Slurp(sources / "metamodel.json");
   metamodel.replace(metamodel.find("Reads one vehicle."), 18, markup);
-  Replace(sources / "metamodel.json", metamodel);
-
+  OstraTest::Replace(sources / "metamodel.json", metamodel);
   OstraTest::Server server({OSTRA_TOOL, "--dir", sources, "serve", "--http", "0", "--watch"},
                            dir / "log");
   ASSERT_FALSE(server.Url().empty());
   Browser browser(chromium, dir);
-  ASSERT_TRUE(browser.Ready()) << Slurp(dir / "chromium.log");
+  ASSERT_EQ(browser.Eval("1 + 1"), "2") << Slurp(dir / "chromium.log");
   browser.Call("Page.navigate", "{\"url\":" + Json(server.Url() + "/") + "}");
   ASSERT_TRUE(
       browser.WaitFor("document.getElementById('main').getAttribute('aria-busy') === 'false'", 20))
       << browser.Eval("document.getElementById('status').textContent");
-
   // Every kind of name is drawn; the type of a field, the schemes and Cli commands of an
   // operation, the title; no markup from the model.
-  browser.Eval("(window.byId = (id) => document.getElementById(id), 0)");
+  browser.Eval(R"((window.byId = (id) => document.getElementById(id),
+      window.plan = byId('operation:com.larkspur.fleet.routes.planner/plan'), 0))");
   EXPECT_EQ(browser.Eval(R"([
       'component:com.larkspur.fleet', 'package:com.larkspur.fleet.routes',
       'service:com.larkspur.fleet.routes.planner', 'operation:com.larkspur.fleet.routes.planner/plan',
@@ -155,20 +135,17 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
       'command:fleet.routes.plan', 'option:fleet.vehicles.list/depot', 'resource:com.larkspur.fleet.Route',
       'scheme:com.larkspur.security.session_token', 'source:cli/cli'].filter((id) => !byId(id)))"),
             "[]");
-  const std::string plan = "byId('operation:com.larkspur.fleet.routes.planner/plan')";
   EXPECT_EQ(
-      browser.Eval("[byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector("
-                   "'.type').textContent, " +
-                   plan + ".querySelector('.auth').textContent, [..." + plan +
-                   ".querySelectorAll('a[href^=\"#command:\"]')].map((a) => a.textContent), "
-                   "document.title, document.querySelectorAll('main img, main script').length, "
-                   "[...document.querySelectorAll('.doc')].some((p) => p.textContent === " +
+      browser.Eval(R"([byId('field:com.larkspur.fleet.routes.Route/legs_km').querySelector('.type')
+          .textContent, plan.querySelector('.auth').textContent,
+          [...plan.querySelectorAll('a[href^="#command:"]')].map((a) => a.textContent),
+          document.title, document.querySelectorAll('main img, main script').length,
+          [...document.querySelectorAll('.doc')].some((p) => p.textContent === )" +
                    Json(markup) + ")]"),
       R"(["map<string, optional<double>>","com.larkspur.security.session_token session-aware )"
       R"(session manager com.larkspur.security.session",["fleet routes plan"],)"
       R"("com.larkspur.fleet · explorer",0,true])");
   EXPECT_TRUE(browser.Screenshot(1280, OSTRA_ARTIFACT_DIR "/explorer-desktop.png"));
-
   // "/" reaches the filter; typing keeps what matches, what holds it and what it holds.
   EXPECT_EQ(browser.Key("/", "document.activeElement.id"), "\"filter\"");
   browser.Call("Input.insertText", R"({"text":"retire"})");
@@ -189,7 +166,6 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
             "\"type:com.larkspur.fleet.vehicles.VehicleSpec\"");
   browser.Key("/");
   EXPECT_EQ(browser.Key("Escape", "document.querySelectorAll('main [hidden]').length"), "0");
-
   // A permalink opens what holds its element and scrolls it into view.
   browser.Eval("location.hash = '#type:com.larkspur.fleet.routes.Stop'");
   const std::string stop = "byId('type:com.larkspur.fleet.routes.Stop')";
@@ -198,18 +174,16 @@ TEST(Explorer, ShowsTheModelFiltersItAndFollowsChanges) {
                                   ".getBoundingClientRect().top >= 0 && " + stop +
                                   ".getBoundingClientRect().top < innerHeight",
                               5));
-
   // A new command in the Cli source is drawn by the next poll; what was open stays open.
   std::string cli = Slurp(sources / "cli.json");
   cli.insert(cli.find('[') + 1, R"({"type": "command", "path": "fleet.routes", "name": "optimise",
       "description": "Reorder the stops.", "node_metadata": {"service_id":
       "com.larkspur.fleet.routes.planner", "operation_id": "plan"}},)");
-  Replace(sources / "cli.json", cli);
+  OstraTest::Replace(sources / "cli.json", cli);
   EXPECT_TRUE(browser.WaitFor("!!byId('command:fleet.routes.optimise')", 15)) << server.Log();
   EXPECT_EQ(
       browser.Eval("[" + stop + ".open, byId('status').textContent.startsWith('Updated at')]"),
       "[true,true]");
-
   // At 400 px nothing is wider than the screen.
   EXPECT_TRUE(browser.Screenshot(400, OSTRA_ARTIFACT_DIR "/explorer-400px.png"));
   EXPECT_EQ(browser.Eval("document.documentElement.scrollWidth"), "400");

@@ -1,5 +1,5 @@
 // What the tool tests share: files read whole, arguments quoted for the shell, child processes
-// that end with the test, and `ostra-metadata serve --http` with curl as its client.
+// that end with the test, JSON-RPC texts, and `ostra-metadata serve --http` with curl as client.
 #pragma once
 
 #include <fcntl.h>
@@ -9,30 +9,56 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace OstraTest {
 
 inline std::string Slurp(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
-inline std::string Quote(const std::string& arg) {
-  std::string quoted = "'";
-  for (const char c : arg)
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
+// `words` quoted for the shell, each after a space.
+inline std::string Quote(const std::vector<std::string>& words) {
+  std::string quoted;
+  for (const auto& word : words) {
+    quoted += " '";
+    for (const char c : word)
+      quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    quoted += "'";
+  }
+  return quoted;
+}
+
+// A request of `operation` on `method`, a notification without `id`; a FILE source spec; a request
+// that creates source "x" from `spec`; the start of an error reply, up to the end of its message.
+inline std::string Call(const std::string& method, const std::string& operation,
+                        const std::string& input = "{}", const std::string& id = "7") {
+  return R"({"jsonrpc":"2.0",)" + (id.empty() ? "" : R"("id":)" + id + ",") + R"("method":")" +
+         method + R"(","params":{"operation":")" + operation + R"(","input":)" + input + "}}";
+}
+inline std::string FileSource(const std::string& path) {
+  return R"({"description":"d","type":"FILE","filepath":")" + path + R"("})";
+}
+inline std::string Create(const std::string& domain, const std::string& spec,
+                          const std::string& id = "7") {
+  return Call(domain + ".source", "create", R"({"source_id":"x","spec":)" + spec + "}", id);
+}
+inline std::string Failure(const std::string& id, int code, const std::string& message) {
+  return R"({"jsonrpc":"2.0","id":)" + id + R"(,"error":{"code":)" + std::to_string(code) +
+         R"(,"message":")" + message + "\"";
+}
+
+// Writes `text` to `path` by renaming a new file over it, as editors and deployments do.
+inline void Replace(const std::string& path, const std::string& text) {
+  std::ofstream(path + ".new", std::ios::binary) << text;
+  std::rename((path + ".new").c_str(), path.c_str());
 }
 
 // Whether `done` comes true within `seconds`, asked every 50 ms.
@@ -68,9 +94,8 @@ class Child {
       dup2(from[1], 101);
       dup2(100, in);
       dup2(101, out);
-      for (int fd = 3; fd < 1024; ++fd) {
+      for (int fd = 3; fd < 1024; ++fd)
         if (fd != in && fd != out) close(fd);
-      }
       execv(args[0], args.data());
       _exit(127);
     }
@@ -90,8 +115,6 @@ class Child {
     waitpid(pid_, nullptr, 0);
   }
   std::string Log() const { return Slurp(log_); }
-
-  // Writes `text` whole to its `in`.
   void Send(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
       const ssize_t written = write(to_, text.data() + at, text.size() - at);
@@ -99,13 +122,13 @@ class Child {
       at += static_cast<std::size_t>(written);
     }
   }
-
   // What its `out` writes up to the next `end`, which is dropped; false at the end of the output,
   // after `seconds` without an `end`, and ever after.
   bool Read(std::string& text, int seconds = 60, char end = '\n') {
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + std::chrono::seconds(seconds);
-    for (std::size_t at; !ended_ && (at = pending_.find(end)) == std::string::npos;) {
+    std::size_t at = 0;
+    while (!ended_ && (at = pending_.find(end)) == std::string::npos) {
       const auto left =
           std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
       pollfd ready{from_, POLLIN, 0};
@@ -114,15 +137,13 @@ class Child {
                               ? read(from_, block, sizeof block)
                               : 0;
       ended_ = got <= 0;
-      pending_.append(block, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      pending_.append(block, got > 0 ? static_cast<std::size_t>(got) : 0);
     }
     if (ended_) return false;
-    const std::size_t at = pending_.find(end);
     text = pending_.substr(0, at);
     pending_.erase(0, at + 1);
     return true;
   }
-
   // Ends its input, sends `signal` (none if 0) and waits for the end: the exit status, -1 unless
   // it exited; `peakKiB`, when given, is the most memory it held resident.
   int Wait(int signal = 0, long* peakKiB = nullptr) {
@@ -149,8 +170,8 @@ class Child {
 
 struct Reply {
   int status = 0;
-  std::string headers;
-  std::string body;
+  std::string headers, body;
+  std::string Text() const { return std::to_string(status) + " " + body; }
   std::string Header(const std::string& name) const {
     const auto at = headers.find("\n" + name + ": ");
     if (at == std::string::npos) return "<none>";
@@ -168,20 +189,14 @@ class Server : public Child {
     if (Read(line, 10) && line.rfind("listening on http://", 0) == 0) url_ = line.substr(13);
   }
   const std::string& Url() const { return url_; }
-
-  // SIGTERM; the exit status, -1 unless the process exited.
-  int Stop() { return Wait(SIGTERM); }
-
   // curl with `args` against `path`: the status line's code, headers and body.
   Reply Curl(const std::string& path, const std::vector<std::string>& args = {}) const {
     const std::string headers = log_ + ".headers", body = log_ + ".body";
     std::remove(headers.c_str());
     std::remove(body.c_str());
-    std::string command =
-        "curl -s --max-time 20 -H 'Expect:' -D " + Quote(headers) + " -o " + Quote(body);
-    for (const auto& arg : args)
-      command += " " + Quote(arg);
-    std::system((command + " " + Quote(url_ + path)).c_str());
+    std::system(("curl -s --max-time 20 -H 'Expect:'" + Quote({"-D", headers, "-o", body}) +
+                 Quote(args) + Quote({url_ + path}))
+                    .c_str());
     Reply reply{0, Slurp(headers), Slurp(body)};
     std::sscanf(reply.headers.c_str(), "HTTP/1.1 %d", &reply.status);
     return reply;
