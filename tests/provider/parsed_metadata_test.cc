@@ -41,9 +41,8 @@ using namespace OstraTest::MetamodelDocs;
 constexpr std::size_t kLimit = Ostra::kMaxDocumentJsonDepth;
 
 // A stream buffer over `data` that hands it out `piece` bytes at a time, as a pipe whose writer
-// sends in small pieces. Reads past the first `good` bytes throw,
-// as a file buffer does on a bad block (what an istream would turn into badbit). It seeks only when
-// `seekable`.
+// sends in small pieces. Reads past the first `good` bytes throw, as a file buffer does on a bad
+// block (what an istream would turn into badbit). It seeks only when `seekable`.
 class TestBuffer : public std::streambuf {
  public:
   TestBuffer(std::string data, std::size_t piece, bool seekable = false,
@@ -130,22 +129,13 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
 
 TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
   using namespace std::string_literals;
-  std::vector<std::string> texts = {"",          " ",
-                                    "\n\t",      "{}",
-                                    "{} x",      "{}\n",
-                                    "[1,2,",     "{\"a\":1,}",
-                                    "{\"a\" 1}", "{\"a\": NaN}",
-                                    "// c\n{}",  "\"\\uD800\"",
-                                    "\"\\x\"",   "01",
-                                    "1e999",     "nul",
-                                    "[tru]",     "  },\n  }",
-                                    "]",         " ,",
-                                    ":1",        "\xEF\xBB\xBF{}",
-                                    "\xff\xfe"};
-  texts.insert(texts.end(),
-               {"{\"cli\":[]} // comment", "{\"a\":\"x\0y\"}"s, "{} \0junk"s,
-                "[" + std::string(200000, ' ') + R"("long", 1.5e300, -0, true])",
-                std::string(500, '[') + std::string(500, ']'), std::string(70000, '{')});
+  // clang-format off
+  const std::string texts[] = {"", " ", "\n\t", "{}", "{}\n", "\xEF\xBB\xBF{}", "{} x", "[1,2,",
+      "{\"a\":1,}", "{\"a\" 1}", "{\"a\": NaN}", "// c\n{}", "\"\\uD800\"", "\"\\x\"", "01", "1e999", "nul",
+      "[tru]", "  },\n  }", "]", " ,", ":1", "\xff\xfe", "{\"cli\":[]} // comment", "{\"a\":\"x\0y\"}"s,
+      "{} \0junk"s, "[" + std::string(200000, ' ') + R"("long", 1.5e300, -0, true])",
+      std::string(500, '[') + std::string(500, ']'), std::string(70000, '{')};
+  // clang-format on
   for (const std::string& text : texts)
     ExpectSameAsReference(text);
   // Errors right before, at and after the end of the first block.
@@ -221,12 +211,9 @@ void OnSmallStack(std::function<void()> body) {
 
 std::string Nested(std::size_t depth, const std::string& open, const std::string& close,
                    const std::string& inner = "") {
-  std::string text;
+  std::string text = inner;
   for (std::size_t i = 0; i < depth; ++i)
-    text += open;
-  text += inner;
-  for (std::size_t i = 0; i < depth; ++i)
-    text += close;
+    text = open + text + close;
   return text;
 }
 
@@ -322,30 +309,25 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
 
 using HostileSources = MetamodelStoreTest;
 
-// Peak resident memory of this process so far, in KiB.
-long PeakResidentKiB() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
-}
-
 // Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
 // far less than the file.
 TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
   const std::string sparse = Write("sparse", "");
   ASSERT_EQ(truncate(sparse.c_str(), off_t{2} << 30), 0);
-  const long before = PeakResidentKiB();
+  rusage usage{};  // peak resident memory in KiB
+  getrusage(RUSAGE_SELF, &usage);
+  const long before = usage.ru_maxrss;
   for (const std::string& path : {std::string("/dev/zero"), sparse, std::string("/dev/urandom")}) {
     const auto error = store_->CreateSource("s", FileSpec(path));
     ASSERT_NE(error, nullptr);
-    const std::string message = OnlyMessage(*error);
-    if (path == "/dev/urandom") {  // where it fails cannot be known
-      EXPECT_EQ(message.substr(0, 37), "ostra.metadata.metamodel.parse.error:");
-    } else {
-      EXPECT_EQ(message, "ostra.metadata.metamodel.parse.error: 1 0") << path;
-    }
+    // Where random bytes fail cannot be known: only the id is checked.
+    const std::size_t known = path == "/dev/urandom" ? 37 : std::string::npos;
+    EXPECT_EQ(OnlyMessage(*error).substr(0, known),
+              std::string("ostra.metadata.metamodel.parse.error: 1 0").substr(0, known))
+        << path;
   }
-  EXPECT_LT(PeakResidentKiB() - before, 32 * 1024);
+  getrusage(RUSAGE_SELF, &usage);
+  EXPECT_LT(usage.ru_maxrss - before, 32 * 1024);
   EXPECT_TRUE(store_->ListSources().empty());
 }
 
@@ -401,14 +383,13 @@ TEST_F(HostileSources, RewrittenWhileReloading) {
     for (int i = 0; i < 300 || written < 20; ++i) {
       ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
       const std::string fingerprint = store_->SourceFingerprint(std::string("a"));
-      const auto components = store_->ListComponents();
-      const auto services = store_->ListServices();
+      const auto components = store_->ListComponents(), services = store_->ListServices();
       ASSERT_EQ(components.size(), 1u);
       ASSERT_EQ(services.size(), 1u);
-      const std::string held = components.front() + " " + services.front();
-      EXPECT_TRUE(fingerprint == prints[0] || fingerprint == prints[1] || !atomic);
-      if (fingerprint == prints[0] || fingerprint == prints[1]) {
-        EXPECT_EQ(held, fingerprint == prints[0] ? "one p.s" : "two p.t");
+      const int version = fingerprint == prints[0] ? 0 : fingerprint == prints[1] ? 1 : -1;
+      EXPECT_TRUE(version >= 0 || !atomic);
+      if (version >= 0) {
+        EXPECT_EQ(components.front() + " " + services.front(), version ? "two p.t" : "one p.s");
       }
     }
     stop = true;
