@@ -161,41 +161,32 @@ TYPED_TEST(SourceSetTest, FailedCreatesChangeNothing) {
   const auto pathless = this->SpecOf("");
   pathless->filepath = boost::none;
   const auto parsed = Parse(TypeParam::Doc("x"));
-  struct Case {
-    const char* what;
-    Metadata::ErrorPtr error;
-    Kind::Value kind;
-    std::string messages;
-  } const cases[] = {
-      {"taken id", store.CreateSource("a", this->File(this->Write("x", TypeParam::Doc("x")))),
-       Kind::ALREADY_EXISTS, this->Id("source.exists") + " a"},
-      {"taken id, parsed", store.CreateSourceFromMetadata("a", *parsed, this->File("")),
-       Kind::ALREADY_EXISTS, this->Id("source.exists") + " a"},
-      {"missing file", store.CreateSource("b", this->File(missing)), Kind::NOT_FOUND,
-       this->Id("source.file.not.found") + " " + missing},
-      {"no path", store.CreateSource("b", pathless), Kind::NOT_FOUND,
-       this->Id("source.file.not.found") + " "},
-      {"directory", store.CreateSource("b", this->File(testing::TempDir())), Kind::NOT_FOUND,
-       this->Id("source.file.not.found") + " " + testing::TempDir()},
-      {"syntax", store.CreateSource("b", this->File(this->Write("b", "{\"x\":"))),
-       Kind::INVALID_ARGUMENT, this->Id("parse.error") + " 3 5"},
-      {"syntax, parsed", store.CreateSourceFromMetadata("b", *Parse("["), this->File("")),
-       Kind::INVALID_ARGUMENT, this->Id("parse.error") + " 3 1"},
-      {"content", store.CreateSource("b", this->File(this->Write("c", TypeParam::kInvalid))),
-       Kind::INVALID_ARGUMENT, TypeParam::kInvalidMessages},
-      {"remote", store.CreateSource("b", this->SpecOf(missing, Type::REMOTE)), Kind::UNSUPPORTED,
-       ""},
-      {"unknown type", store.CreateSource("b", this->SpecOf(missing, Type::Unknown("PIGEON"))),
-       Kind::INVALID_ARGUMENT, ""},
-      {"no spec", store.CreateSource("b", nullptr), Kind::INVALID_ARGUMENT, ""},
-      {"no spec, parsed", store.CreateSourceFromMetadata("b", *parsed, nullptr),
-       Kind::INVALID_ARGUMENT, ""},
+  const auto file = [this](const std::string& path) { return this->File(path); };
+  const auto create = [&](const auto& spec) { return store.CreateSource("b", spec); };
+  const std::string exists = "ALREADY_EXISTS " + this->Id("source.exists") + " a",
+                    notFound = "NOT_FOUND " + this->Id("source.file.not.found") + " ",
+                    syntax = "INVALID_ARGUMENT " + this->Id("parse.error") + " 3 ";
+  // Each failure: its kind and its messages.
+  const std::pair<Metadata::ErrorPtr, std::string> cases[] = {
+      {store.CreateSource("a", file(this->Write("x", TypeParam::Doc("x")))), exists},
+      {store.CreateSourceFromMetadata("a", *parsed, file("")), exists},
+      {create(file(missing)), notFound + missing},
+      {create(pathless), notFound},
+      {create(file(testing::TempDir())), notFound + testing::TempDir()},
+      {create(file(this->Write("b", "{\"x\":"))), syntax + "5"},
+      {store.CreateSourceFromMetadata("b", *Parse("["), file("")), syntax + "1"},
+      {create(file(this->Write("c", TypeParam::kInvalid))),
+       "INVALID_ARGUMENT " + std::string(TypeParam::kInvalidMessages)},
+      {create(this->SpecOf(missing, Type::REMOTE)), "UNSUPPORTED "},
+      {create(this->SpecOf(missing, Type::Unknown("PIGEON"))), "INVALID_ARGUMENT "},
+      {create(nullptr), "INVALID_ARGUMENT "},
+      {store.CreateSourceFromMetadata("b", *parsed, nullptr), "INVALID_ARGUMENT "},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    ASSERT_NE(c.error, nullptr);
-    EXPECT_EQ(KindOf(*c.error), c.kind);
-    EXPECT_EQ(Brief(Ostra::Data::ErrorFactory::GetMessages(*c.error)), c.messages);
+  for (const auto& c : cases) {
+    ASSERT_NE(c.first, nullptr) << c.second;
+    EXPECT_EQ(Kind(KindOf(*c.first)).GetText() + " " +
+                  Brief(Ostra::Data::ErrorFactory::GetMessages(*c.first)),
+              c.second);
   }
   EXPECT_EQ(store.ListSources(), Strings{"a"});
   EXPECT_EQ(this->Held(), "a");
