@@ -90,7 +90,6 @@ Lines Diff(const Metadata::MetadataModel& before, const Metadata::MetadataModel&
 }
 
 struct Case {
-  const char* what;
   Edits edits;  // each replaces the first occurrence in the first document that has it
   Lines expected;
 };
@@ -98,7 +97,7 @@ struct Case {
 void Check(const std::vector<Case>& cases) {
   const auto before = Load({kMetamodel, kAuthentication, kCli});
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(c.edits.front().second);
     std::vector<std::string> texts{kMetamodel, kAuthentication, kCli};
     for (const auto& edit : c.edits) {
       const auto text = std::find_if(texts.begin(), texts.end(), [&](const std::string& t) {
@@ -116,8 +115,7 @@ TEST(ModelDiff, EachChangeWithItsRuleAndLevel) {
   const std::string line = R"("fields":[{"name":"sku")", order = R"("fields":[{"name":"lines")",
                     receipt = R"("EUR"}],"fields":[])";
   Check(
-      {{"renamed component, package, service, operation, structure and enumeration",
-        {{R"("name":"comp")", R"("name":"comp2")"},
+      {{{{R"("name":"comp")", R"("name":"comp2")"},  // records of every kind renamed
          {R"("name":"c.o",)", R"("name":"c.sales",)"},
          {R"("name":"c.o.Status")", R"("name":"c.o.State")"},
          {R"("name":"c.o.Receipt")", R"("name":"c.o.Bill")"},
@@ -132,59 +130,47 @@ TEST(ModelDiff, EachChangeWithItsRuleAndLevel) {
          "safe metamodel package-added c.sales: - -> -",
          "breaking metamodel component-removed comp: - -> -",
          "safe metamodel component-added comp2: - -> -"}},
-       {"renamed operation",
-        {{R"("name":"create")", R"("name":"make")"}},
+       {{{R"("name":"create")", R"("name":"make")"}},  // renamed operation
         {"breaking metamodel operation-removed c.o.desk#create: - -> -",
          "safe metamodel operation-added c.o.desk#make: - -> -"}},
-       {"required parameter added",
-        {{params, params + Field("note") + ","}},
+       {{{params, params + Field("note") + ","}},  // required parameter added
         {"breaking metamodel parameter-added c.o.desk#create(note): - -> string"}},
-       {"optional parameter added",
-        {{params, params + Field("note", Generic("OPTIONAL", Ref("c.Note"))) + ","}},
+       {{{params, params + Field("note", Generic("OPTIONAL", Ref("c.Note"))) + ","}},
         {"safe metamodel parameter-added c.o.desk#create(note): - -> optional<c.Note>"}},
-       {"parameter renamed",
-        {{R"("name":"order")", R"("name":"orders")"}},
+       {{{R"("name":"order")", R"("name":"orders")"}},  // parameter renamed
         {"breaking metamodel parameter-removed c.o.desk#create(order): c.o.Order -> -",
          "breaking metamodel parameter-added c.o.desk#create(orders): - -> c.o.Order"}},
-       {"parameter and result types changed, error replaced",
-        {{"c.o.Order\"}", "c.o.Line\"}"},
+       {{{"c.o.Order\"}", "c.o.Line\"}"},  // parameter and result types changed, error replaced
          {"c.o.Receipt\"}", "c.o.Missing\"}"},
          {"c.o.Missing\",\"documentation\"", "c.o.Busy\",\"documentation\""}},
         {"dangerous metamodel error-added c.o.desk#create!c.o.Busy: - -> -",
          "safe metamodel error-removed c.o.desk#create!c.o.Missing: - -> -",
          "breaking metamodel parameter-type-changed c.o.desk#create(order): c.o.Order -> c.o.Line",
          "breaking metamodel result-type-changed c.o.desk#create->: c.o.Receipt -> c.o.Missing"}},
-       {"kind of a generic type changed",
-        {{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
+       {{{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
         {"breaking metamodel field-type-changed c.o.Order.lines: list<c.o.Line> -> set<c.o.Line>"}},
-       {"required fields added to a parameter, a structure it reaches and a result",
-        {{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
+       // Required fields added to a parameter, a structure it reaches and a result.
+       {{{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
          {order, R"("fields":[)" + Field("id") + R"(,{"name":"lines")"},
          {receipt, R"("EUR"}],"fields":[)" + Field("total") + "]"}},
         {"breaking metamodel field-added c.o.Line.qty: - -> string",
          "breaking metamodel field-added c.o.Order.id: - -> string",
          "safe metamodel field-added c.o.Receipt.total: - -> string"}},
-       {"optional field added where a parameter reaches",
-        {{line,
+       {{{line,  // optional field added where a parameter reaches
           R"("fields":[)" + Field("qty", Generic("OPTIONAL", Ref("c.Qty"))) + R"(,{"name":"sku")"}},
         {"safe metamodel field-added c.o.Line.qty: - -> optional<c.Qty>"}},
-       {"field renamed",
-        {{R"("name":"sku")", R"("name":"code")"}},
+       {{{R"("name":"sku")", R"("name":"code")"}},  // field renamed
         {"breaking metamodel field-added c.o.Line.code: - -> string",
          "breaking metamodel field-removed c.o.Line.sku: string -> -"}},
-       {"constant value changed",
-        {{R"("EUR")", R"("USD")"}},
+       {{{R"("EUR")", R"("USD")"}},  // constant value changed
         {R"(breaking metamodel constant-value-changed c.o.Receipt::K: string "EUR" -> string "USD")"}},
-       {"constant renamed",
-        {{R"("name":"K")", R"("name":"L")"}},
+       {{{R"("name":"K")", R"("name":"L")"}},  // constant renamed
         {R"(breaking metamodel constant-removed c.o.Receipt::K: string "EUR" -> -)",
          R"(safe metamodel constant-added c.o.Receipt::L: - -> string "EUR")"}},
-       {"enumeration value renamed",
-        {{R"("name":"CLOSED")", R"("name":"DONE")"}},
+       {{{R"("name":"CLOSED")", R"("name":"DONE")"}},  // enumeration value renamed
         {"breaking metamodel enumeration-value-removed c.o.Status.CLOSED: - -> -",
          "dangerous metamodel enumeration-value-added c.o.Status.DONE: - -> -"}},
-       {"documentation and descriptions",
-        {{R"("documentation":"d")", R"("documentation":"Tern")"},
+       {{{R"("documentation":"d")", R"("documentation":"Tern")"},  // documentation and descriptions
          {R"("name":"OPEN","documentation":"")", R"("name":"OPEN","documentation":"Open.")"},
          {R"("description":"Create an order")", R"("description":"Place an order")"},
          {R"("description":"The order")", R"("description":"What to order")"}},
@@ -192,33 +178,25 @@ TEST(ModelDiff, EachChangeWithItsRuleAndLevel) {
          "safe metamodel documentation-changed comp: d -> Tern",
          "safe cli documentation-changed orders.create: Create an order -> Place an order",
          "safe cli documentation-changed orders.create --order: The order -> What to order"}},
-       {"scheme required at a service",
-        {{R"(["key"])", R"(["key","session"])"}},
+       {{{R"(["key"])", R"(["key","session"])"}},  // scheme required at a service
         {"breaking authentication authentication-added c.o.desk: - -> c.session"}},
-       {"operation level gone",
-        {{R"(["session"])", "[]"}},
+       {{{R"(["session"])", "[]"}},  // operation level gone
         {"dangerous authentication authentication-removed c.o.desk#create: c.session -> -"}},
-       {"scheme type changed",
-        {{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},
+       {{{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},  // scheme type changed
         {"dangerous authentication authentication-scheme-changed c.o.desk#create: c.session "
-         "(session-aware, manager c.sm) -> c.session "
-         "(sessionless)"}},
-       {"command renamed",
-        {{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
+         "(session-aware, manager c.sm) -> c.session (sessionless)"}},
+       {{{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
         {"breaking cli cli-command-removed orders.create: - -> -",
          "safe cli cli-command-added orders.place: - -> -"}},
-       {"operation, option type and option name changed",
-        {{R"("operation_id":"create")", R"("operation_id":"cancel")"},
+       {{{R"("operation_id":"create")", R"("operation_id":"cancel")"},
          {R"("generic":"none")", R"("generic":"list")"}},
         {"dangerous cli cli-command-operation-changed orders.create: c.o.desk#create -> "
          "c.o.desk#cancel",
          "breaking cli cli-option-type-changed orders.create --order: string -> string (list)"}},
-       {"option renamed",
-        {{R"("long_option":"order")", R"("long_option":"id")"}},
+       {{{R"("long_option":"order")", R"("long_option":"id")"}},  // option renamed
         {"safe cli cli-option-added orders.create --id: - -> string",
          "breaking cli cli-option-removed orders.create --order: string -> -"}},
-       {"namespace described anew",
-        {{R"("description":"Orders")", R"("description":"All orders")"}},
+       {{{R"("description":"Orders")", R"("description":"All orders")"}},
         {"safe cli documentation-changed orders: Orders -> All orders"}}});
 }
 
