@@ -3,6 +3,7 @@
 // packages, services, structures, components and sources.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>

@@ -7,8 +7,6 @@
 #include <rapidjson/stringbuffer.h>
 
 #include <algorithm>
-#include <list>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
