@@ -186,7 +186,6 @@ TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
   EXPECT_EQ(FindMember(root, "a")->value.GetInt(), 1);
   EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
   EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
-
   // Names compare as C strings: up to a name's first NUL, and no further.
   const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
   EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);

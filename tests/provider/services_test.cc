@@ -46,7 +46,6 @@ class Services : public testing::Test {
     for (const auto& service : all)  // by identifier, after the common prefix
       services_[service->GetIdentifier().substr(kPrefix.size())] = service;
   }
-
   // Calls an operation with JSON input: the result as JSON, "KIND id: args" for an error, or
   // "(no completion)".
   std::string Call(const std::string& service, const std::string& operation,
@@ -97,9 +96,12 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
     const char *service, *operation;
     std::string input, expected;
   };
-  // The input of an operation lookup.
+  // The inputs of operation and identity lookups.
   const auto op = [](const std::string& service, const char* operation) {
     return R"({"service_id":")" + service + R"(","operation_id":")" + operation + "\"}";
+  };
+  const auto identity = [](const char* path, const char* name) {
+    return R"({"identity":{"path":")" + std::string(path) + R"(","name":")" + name + "\"}}";
   };
   std::vector<Case> cases = {
       {"metamodel.component", "list", "{}", AsJson(mm.ListComponents())},
@@ -138,9 +140,8 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
        notFound + "authentication.operation.not.found: " + registry + " zz"},
       {"authentication.source", "list", "{}", R"(["a"])"},
       {"cli.namespace", "list", "{}", AsJson(cli_->ListNamespaces())},
-      {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"routes"}})",
-       AsJson(cli_->NamespaceInfo(routes))},
-      {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"x"}})",
+      {"cli.namespace", "get", identity("fleet", "routes"), AsJson(cli_->NamespaceInfo(routes))},
+      {"cli.namespace", "get", identity("fleet", "x"),
        notFound + "cli.namespace.not.found: fleet.x"},
       {"cli.namespace", "fingerprint", "{}", Quoted(cli_->NamespaceFingerprint())},
       {"cli.command", "list", "{}", AsJson(cli_->ListCommands(boost::none))},
@@ -149,11 +150,10 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
       // A namespace that exists but holds no command is not found.
       {"cli.command", "list", R"({"namespace":"fleet"})",
        notFound + "cli.namespace.not.found: fleet"},
-      {"cli.command", "get", R"({"identity":{"path":"fleet.telemetry.alerts","name":"raise"}})",
+      {"cli.command", "get", identity("fleet.telemetry.alerts", "raise"),
        AsJson(cli_->CommandInfo(raise))},
-      {"cli.command", "get", R"({"identity":{"path":"","name":"run"}})",
-       notFound + "cli.command.not.found: run"},
-      {"cli.command", "get", R"({"identity":{"path":"fleet.routes","name":"run"}})",
+      {"cli.command", "get", identity("", "run"), notFound + "cli.command.not.found: run"},
+      {"cli.command", "get", identity("fleet.routes", "run"),
        notFound + "cli.command.not.found: fleet.routes.run"},
       {"cli.command", "fingerprint", "{}", Quoted(cli_->CommandFingerprint())},
       {"cli.source", "list", "{}", R"(["c"])"},
@@ -192,7 +192,6 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
     called.insert(c.service);
   }
   EXPECT_EQ(called.size(), 18u);
-
   // Source mutations through Invoke: a Void success answers null.
   const std::string created =
       Call("metamodel.source", "create",

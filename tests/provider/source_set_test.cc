@@ -73,8 +73,8 @@ struct AuthenticationDomain
                       Metadata::Authentication::SourceSvc::AsyncServiceImpl> {
   static constexpr const char* kName = "authentication";
   static constexpr const char* kTitle = "Authentication";
-  static constexpr const char* kInvalid = R"({"authentication":{"product":{},"component":{
-      "name":1}}})";
+  static constexpr const char* kInvalid =
+      R"({"authentication":{"product":{},"component":{"name":1}}})";
   static constexpr const char* kInvalidMessages = "missing name; invalid name";
   static std::string Doc(const std::string& name) {
     return R"({"authentication":{"component":{"name":")" + name +
@@ -201,14 +201,12 @@ TYPED_TEST(SourceSetTest, ReloadKeepsOldDataFromTheFirstFailureOn) {
   this->Write("c", TypeParam::Doc("c2"));
   EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
   EXPECT_EQ(this->Held(), "a2 b c");
-
   // A named reload of a good file replaces it; a vanished file keeps the old data, silently.
   EXPECT_EQ(store.ReloadSource(std::string("c")), nullptr);
   EXPECT_EQ(this->Held(), "a2 b c2");
   std::remove(a.c_str());
   EXPECT_EQ(store.ReloadSource(std::string("a")), nullptr);
   EXPECT_EQ(this->Held(), "a2 b c2");
-
   // An unknown id: NotFound with the "exists" message.
   const auto error = store.ReloadSource(std::string("zz"));
   ASSERT_NE(error, nullptr);
