@@ -87,24 +87,21 @@ Lines Diff(const Metadata::MetadataModel& before, const Metadata::MetadataModel&
   return lines;
 }
 
-struct Case {
-  Edits edits;  // each replaces the first occurrence in the first document that has it
-  Lines expected;
-};
-
-void Check(const std::vector<Case>& cases) {
+// Each case: its edits, each replacing the first occurrence in the first document that has it,
+// and the changes they make.
+void Check(const std::vector<std::pair<Edits, Lines>>& cases) {
   const auto before = Load({kMetamodel, kAuthentication, kCli});
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.edits.front().second);
+  for (const auto& [edits, expected] : cases) {
+    SCOPED_TRACE(edits.front().second);
     std::vector<std::string> texts{kMetamodel, kAuthentication, kCli};
-    for (const auto& edit : c.edits) {
+    for (const auto& edit : edits) {
       const auto text = std::find_if(texts.begin(), texts.end(), [&](const std::string& t) {
         return t.find(edit.first) != std::string::npos;
       });
       ASSERT_NE(text, texts.end()) << edit.first;
       text->replace(text->find(edit.first), edit.first.size(), edit.second);
     }
-    EXPECT_EQ(Diff(before, Load(texts)), c.expected);
+    EXPECT_EQ(Diff(before, Load(texts)), expected);
   }
 }
 

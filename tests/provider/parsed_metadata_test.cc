@@ -22,6 +22,7 @@
 #include <streambuf>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <rapidjson/istreamwrapper.h>
@@ -158,25 +159,21 @@ TEST(ParseStream, UnseekableAndFailingStreamsNeverThrow) {
   std::ifstream directory(testing::TempDir(), std::ios::binary);
   ASSERT_TRUE(directory.is_open());
   directory.seekg(1);
-  struct Case {
-    std::istream& in;
-    rapidjson::ParseErrorCode code;
-    std::size_t offset;
-    std::string fingerprint;
-  } const cases[] = {
+  // Each stream with its error, where it is and the fingerprint.
+  const std::tuple<std::istream&, rapidjson::ParseErrorCode, std::size_t, std::string> cases[] = {
       {pipeIn, rapidjson::kParseErrorDocumentRootNotSingular, 3, Crc("x and more")},
       {failingIn, rapidjson::kParseErrorArrayMissCommaOrSquareBracket, 7, Crc(text.substr(0, 7))},
       {movedIn, rapidjson::kParseErrorValueInvalid, 0, Crc(text.substr(0, 7))},  // at "a"
       {directory, rapidjson::kParseErrorDocumentEmpty, 0, Crc("")},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.fingerprint);
+  for (const auto& [in, code, offset, fingerprint] : cases) {
+    SCOPED_TRACE(fingerprint);
     Messages messages;
     std::shared_ptr<ParsedMetadata> parsed;
-    ASSERT_NO_THROW(parsed = ParseStream(c.in, messages));
-    EXPECT_EQ(parsed->document->GetParseError(), c.code);
-    EXPECT_EQ(parsed->document->GetErrorOffset(), c.offset);
-    EXPECT_EQ(parsed->fingerprint, c.fingerprint);
+    ASSERT_NO_THROW(parsed = ParseStream(in, messages));
+    EXPECT_EQ(parsed->document->GetParseError(), code);
+    EXPECT_EQ(parsed->document->GetErrorOffset(), offset);
+    EXPECT_EQ(parsed->fingerprint, fingerprint);
   }
 }
 
@@ -225,11 +222,8 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
   const std::string veryDeep = prefix + std::string(10000000, '[');
   const std::size_t deepOffset = prefix.size() + kLimit - 3;
   using namespace rapidjson;
-  struct Case {
-    std::string text;
-    ParseErrorCode code;
-    std::size_t offset;
-  } const cases[] = {
+  // Each text with its error and where it is.
+  const std::tuple<std::string, ParseErrorCode, std::size_t> cases[] = {
       {Nested(kLimit, "[", "]"), kParseErrorNone, 0},
       {Nested(kLimit, R"({"a":)", "}", "1"), kParseErrorNone, 0},
       {Nested(kLimit + 1, "[", "]"), kParseErrorTermination, kLimit},
@@ -242,16 +236,16 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
   };
   const std::string path = Write("deep", veryDeep);
   OnSmallStack([&] {
-    for (const Case& c : cases) {
-      SCOPED_TRACE(c.text.substr(0, 40));
-      std::istringstream forJson(c.text), forStream(c.text), forSource(c.text);
+    for (const auto& [text, code, offset] : cases) {
+      SCOPED_TRACE(text.substr(0, 40));
+      std::istringstream forJson(text), forStream(text), forSource(text);
       JsonDocument json;
       ParseJson(forJson, json);
       Messages messages;
       const auto stream = ParseStream(forStream, messages), source = ParseSource(forSource);
       for (const JsonDocument* document : {&json, stream->document.get(), source->document.get()}) {
-        EXPECT_EQ(document->GetParseError(), c.code);
-        EXPECT_EQ(document->GetErrorOffset(), c.offset);
+        EXPECT_EQ(document->GetParseError(), code);
+        EXPECT_EQ(document->GetErrorOffset(), offset);
       }
     }
     const auto store = Metamodel::MetadataContainer::GetInstance();

@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "ostra/core/json.h"
@@ -92,10 +93,8 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   const std::string notFound = "NOT_FOUND ostra.metada.";
   const auto& mm = *metamodel_;
   const auto& au = *authentication_;
-  struct Case {
-    const char *service, *operation;
-    std::string input, expected;
-  };
+  // Service, operation, input and the answer.
+  using Case = std::tuple<const char*, const char*, std::string, std::string>;
   // The inputs of operation and identity lookups.
   const auto op = [](const std::string& service, const char* operation) {
     return R"({"service_id":")" + service + R"(","operation_id":")" + operation + "\"}";
@@ -185,11 +184,11 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   lookup("authentication.package", "get", vehicles, AsJson(au.PackageInfo(vehicles)));
   lookup("authentication.service", "get", registry, AsJson(au.ServiceInfo(registry)));
   std::set<std::string> called;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.service) + "." + c.operation + " " + c.input);
-    EXPECT_NE(c.expected.substr(0, 4), "null");
-    EXPECT_EQ(Call(c.service, c.operation, c.input), c.expected);
-    called.insert(c.service);
+  for (const auto& [service, operation, input, expected] : cases) {
+    SCOPED_TRACE(std::string(service) + "." + operation + " " + input);
+    EXPECT_NE(expected.substr(0, 4), "null");
+    EXPECT_EQ(Call(service, operation, input), expected);
+    called.insert(service);
   }
   EXPECT_EQ(called.size(), 18u);
   // Source mutations through Invoke: a Void success answers null.
