@@ -175,6 +175,15 @@ std::vector<std::string> Numbered(const std::string& prefix) {
   return names;
 }
 
+// `text` with each empty documentation replaced by one that `make` gives.
+template <class Make>
+std::string Documented(std::string text, Make make) {
+  const std::string empty = R"("documentation":"")";
+  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
+    text.replace(at, empty.size(), R"("documentation":")" + std::string(make()) + "\"");
+  return text;
+}
+
 // A Metamodel document of random names; every record carries a documentation text of its own, "d"
 // and the count `next`, which tells records apart across documents.
 std::string MetamodelDocument(Random& random, int& next) {
@@ -198,11 +207,8 @@ std::string MetamodelDocument(Random& random, int& next) {
     const std::string name = random.Name("p", 4), inner = enumerations(), types = structures();
     return D::Package(name, types, Items(random.Next(4), service), "{}", inner);
   };
-  std::string text = D::NamedDoc(random.Name("c", 2), Items(1 + random.Next(3), package));
-  const std::string empty = R"("documentation":"")";
-  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
-    text.replace(at, empty.size(), R"("documentation":"d)" + std::to_string(next++) + "\"");
-  return text;
+  return Documented(D::NamedDoc(random.Name("c", 2), Items(1 + random.Next(3), package)),
+                    [&] { return "d" + std::to_string(next++); });
 }
 
 // Compares every lookup and list of a Metamodel store with the walk over `texts`, loaded as its
@@ -223,17 +229,12 @@ void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
 // package structure beat those that source a has in a service.
 TEST(LookupDifferential, MetamodelStagesSpanAllSources) {
   namespace D = OstraTest::MetamodelDocs;
-  const auto named = [](std::string record, const std::string& documentation) {
-    const std::string empty = R"("documentation":"")";
-    return record.replace(record.find(empty), empty.size(),
-                          R"("documentation":")" + documentation + "\"");
-  };
-  const std::string a =
-      D::Doc(D::Package("pa", "",
-                        D::Service("s", "", named(D::Structure("t", ""), "a service"),
-                                   named(D::Enumeration("e"), "a service"))));
-  const std::string b = D::Doc(D::Package("pb", named(D::Structure("t", ""), "b package"), "", "{}",
-                                          named(D::Enumeration("e"), "b package")));
+  const std::string a = Documented(
+      D::Doc(D::Package("pa", "", D::Service("s", "", D::Structure("t", ""), D::Enumeration("e")))),
+      [] { return "a service"; });
+  const std::string b =
+      Documented(D::Doc(D::Package("pb", D::Structure("t", ""), "", "{}", D::Enumeration("e"))),
+                 [] { return "b package"; });
   const auto store = Metadata::Metamodel::MetadataContainer::GetInstance();
   LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
   const auto doc = [](const auto& record) { return record ? record->documentation : "-"; };

@@ -199,6 +199,18 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   EXPECT_EQ(created, "null");
   EXPECT_EQ(Call("metamodel.source", "delete", R"({"source_id":"n"})"), "null");
   EXPECT_EQ(Call("metamodel.source", "list", "{}"), R"(["m"])");
+  // The bundled documents describe one product: every command calls an operation that the
+  // Metamodel example defines. (The made-up ancestor of the alerts namespace: the tool's summary
+  // test.)
+  const auto commands = cli_->ListCommands(boost::none);
+  EXPECT_EQ(commands.size(), 12u);
+  for (const auto& id : commands) {
+    const auto command = cli_->CommandInfo(id);
+    EXPECT_NE(metamodel_->OperationInfo(command->service_id, command->operation_id), nullptr)
+        << command->service_id << " " << command->operation_id;
+  }
+  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
+            3u);
 }
 
 // The helper binds the services in a fixed order, and all but the source services anonymously.
@@ -287,21 +299,6 @@ TEST_F(Services, RequiredInputsAreRefusedBeforeTheCallAndOptionalOnesMayBeLeftOu
   EXPECT_EQ(metamodel_->ListSources(), std::list<std::string>{"m"});
   EXPECT_EQ(authentication_->ListSources(), std::list<std::string>{"a"});
   EXPECT_EQ(cli_->ListSources(), std::list<std::string>{"c"});
-}
-
-// The bundled documents describe one product: every command calls an operation that the Metamodel
-// example defines. (The made-up ancestor of the alerts namespace: the tool's summary test.)
-TEST_F(Services, BundledExampleCommandsCallMetamodelOperations) {
-  const auto commands = cli_->ListCommands(boost::none);
-  EXPECT_EQ(commands.size(), 12u);
-  for (const auto& id : commands) {
-    const auto command = cli_->CommandInfo(id);
-    EXPECT_NE(metamodel_->OperationInfo(command->service_id, command->operation_id), nullptr)
-        << command->service_id << " " << command->operation_id;
-  }
-  using NsId = Binding::Cli::Namespace_Svc::Identity;
-  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
-            3u);
 }
 
 }  // namespace
