@@ -216,32 +216,28 @@ TYPED_TEST(SourceSetTest, ReloadKeepsOldDataFromTheFirstFailureOn) {
             std::string(TypeParam::kTitle) + " source already exists: zz");
 }
 
-TYPED_TEST(SourceSetTest, FingerprintsFollowIdOrder) {
+// Files and parsed documents keep the fingerprint of their text, and the set's follows id order.
+// A remote spec stores the id without data; queries and reloads pass over it.
+TYPED_TEST(SourceSetTest, FingerprintsFollowIdOrderAndRemoteSourcesHoldNoData) {
   auto& store = *this->store_;
   EXPECT_EQ(store.SourceFingerprint(boost::none), "00000000");
   const std::string a = TypeParam::Doc("a"), b = TypeParam::Doc("b");
   this->Add("b", b);
-  this->Add("a", a);
+  const auto parsed = Parse(a);
+  EXPECT_EQ(store.CreateSourceFromMetadata("a", *parsed, this->File("")), nullptr);
   EXPECT_EQ(store.SourceFingerprint(std::string("a")), Crc(Crc(a)));
+  EXPECT_EQ(store.SourceFingerprint(std::string("b")), Crc(Crc(b)));
   EXPECT_EQ(store.SourceFingerprint(std::string("zz")), "");
   EXPECT_EQ(store.SourceFingerprint(boost::none), Crc(Crc(a) + Crc(b)));
   EXPECT_EQ(TypeParam::Prints(store), TypeParam::ExpectedPrints(a, b));
-}
-
-TYPED_TEST(SourceSetTest, ParsedDocumentsKeepTheirFingerprintAndRemoteOnesHoldNoData) {
-  auto& store = *this->store_;
-  const auto parsed = Parse(TypeParam::Doc("a"));
-  EXPECT_EQ(store.CreateSourceFromMetadata("a", *parsed, this->File("")), nullptr);
-  EXPECT_EQ(store.SourceFingerprint(std::string("a")), Crc(Crc(TypeParam::Doc("a"))));
-  // A remote spec stores the id without data; queries and reloads pass over it.
   EXPECT_EQ(store.CreateSourceFromMetadata(
                 "r", *parsed, this->SpecOf("", decltype(TypeParam::Spec::type)::REMOTE)),
             nullptr);
-  EXPECT_EQ(store.ListSources(), (Strings{"a", "r"}));
-  EXPECT_EQ(this->Held(), "a");
+  EXPECT_EQ(store.ListSources(), (Strings{"a", "b", "r"}));
+  EXPECT_EQ(this->Held(), "a b");
   EXPECT_EQ(store.SourcesInfo("r"), nullptr);
   EXPECT_EQ(store.ReloadSource(boost::none), nullptr);
-  EXPECT_EQ(this->Held(), "a");
+  EXPECT_EQ(this->Held(), "a b");
 }
 
 TYPED_TEST(SourceSetTest, SourceServiceCompletesFailuresAlways) {
