@@ -5,6 +5,8 @@
 
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "ostra/core/format_category.h"
 #include "ostra/provider/messages.h"
@@ -34,11 +36,8 @@ Formatted Fmt(string_view format, const Args&... args) {
 const std::error_code kOutOfRange(3, Ostra::GetFormatCategory());
 
 TEST(Format, PlaceholderGrammar) {
-  struct Case {
-    const char* format;
-    const char* expected;
-    bool outOfRange;
-  } const cases[] = {
+  // Each format with what it makes of "a" and "b", and whether it meets an index out of range.
+  const std::tuple<const char*, const char*, bool> cases[] = {
       {"Cli source not found: {1}", "Cli source not found: a", false},
       {"{1}[{2}]", "a[b]", false},
       {"{2} then {}", "b then b", false},  // the counter advances after explicit indices too
@@ -57,11 +56,11 @@ TEST(Format, PlaceholderGrammar) {
       {"", "", false},
       {"no braces", "no braces", false},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.format);
-    const Formatted result = Fmt(c.format, "a", "b");
-    EXPECT_EQ(result.text, c.expected);
-    EXPECT_EQ(result.ec, c.outOfRange ? kOutOfRange : std::error_code());
+  for (const auto& [format, expected, outOfRange] : cases) {
+    SCOPED_TRACE(format);
+    const Formatted result = Fmt(format, "a", "b");
+    EXPECT_EQ(result.text, expected);
+    EXPECT_EQ(result.ec, outOfRange ? kOutOfRange : std::error_code());
   }
   EXPECT_EQ(Fmt("{}").ec, kOutOfRange);
   EXPECT_EQ(kOutOfRange.category().name(), std::string("ostra.format"));
@@ -76,10 +75,7 @@ TEST(Format, EachTypeWithItsSpec) {
   const boost::optional<std::string> unset;
   const boost::optional<std::string> set(std::string("value"));
   const char* const cString = "chars";
-  struct Case {
-    Formatted result;
-    std::string expected;
-  } const cases[] = {
+  const std::pair<Formatted, std::string> cases[] = {
       {Fmt("{1}", text), "ab\0cd"s},       // by length: the NUL is kept
       {Fmt("[{1:6}]", text), "[    ab]"},  // through printf, which stops at the NUL
       {Fmt("{1:s}", text), "ab\0cd"s},     // "s" counts as no spec
@@ -109,9 +105,9 @@ TEST(Format, EachTypeWithItsSpec) {
       {Fmt("{1:ls}", "str"), "str"},
       {Fmt("{1:%}", 5), "%d"},  // "%%d" holds no conversion: printed as it stands
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(c.result.text, c.expected);
-    EXPECT_EQ(c.result.ec, std::error_code()) << c.expected;
+  for (const auto& [result, expected] : cases) {
+    EXPECT_EQ(result.text, expected);
+    EXPECT_EQ(result.ec, std::error_code()) << expected;
   }
 }
 

@@ -73,7 +73,6 @@ TEST(ViewMap, GroupsByIdentifierAndSortsWhatIsLeft) {
     EXPECT_EQ(*values, (std::vector<int>{static_cast<int>(i), -static_cast<int>(i)}));
   }
   EXPECT_EQ(moved.Find("c"), nullptr);
-
   // Taking a group leaves it empty; Sorted passes over it.
   moved.Find("a")->clear();
   std::vector<std::string_view> left;

@@ -3,6 +3,7 @@
 // packages, services, structures, components and sources.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -91,10 +92,9 @@ std::list<std::string> Keys(const Entries& entries) {
 
 // The first record of `key`; "-" if there is none.
 std::string First(const Entries& entries, const std::string& key) {
-  for (const auto& entry : entries) {
-    if (entry.first == key) return entry.second;
-  }
-  return "-";
+  const auto it =
+      std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.first == key; });
+  return it == entries.end() ? "-" : it->second;
 }
 
 // Packages, services, the operation names of each service, operations ("service/operation") and
@@ -175,6 +175,15 @@ std::vector<std::string> Numbered(const std::string& prefix) {
   return names;
 }
 
+// `text` with each empty documentation replaced by one that `make` gives.
+template <class Make>
+std::string Documented(std::string text, Make make) {
+  const std::string empty = R"("documentation":"")";
+  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
+    text.replace(at, empty.size(), R"("documentation":")" + std::string(make()) + "\"");
+  return text;
+}
+
 // A Metamodel document of random names; every record carries a documentation text of its own, "d"
 // and the count `next`, which tells records apart across documents.
 std::string MetamodelDocument(Random& random, int& next) {
@@ -198,11 +207,8 @@ std::string MetamodelDocument(Random& random, int& next) {
     const std::string name = random.Name("p", 4), inner = enumerations(), types = structures();
     return D::Package(name, types, Items(random.Next(4), service), "{}", inner);
   };
-  std::string text = D::NamedDoc(random.Name("c", 2), Items(1 + random.Next(3), package));
-  const std::string empty = R"("documentation":"")";
-  for (auto at = text.find(empty); at != std::string::npos; at = text.find(empty, at))
-    text.replace(at, empty.size(), R"("documentation":"d)" + std::to_string(next++) + "\"");
-  return text;
+  return Documented(D::NamedDoc(random.Name("c", 2), Items(1 + random.Next(3), package)),
+                    [&] { return "d" + std::to_string(next++); });
 }
 
 // Compares every lookup and list of a Metamodel store with the walk over `texts`, loaded as its
@@ -219,32 +225,16 @@ void ExpectMetamodelLookupsAsWalked(const std::vector<std::string>& texts) {
   ExpectLookupsAsWalked(store, walk, Numbered("p"), Numbered("s"), Numbered("o"));
 }
 
-TEST(LookupDifferential, MetamodelLookupsAnswerAsTheWalk) {
-  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    Random random{std::mt19937(seed)};
-    int next = 0;
-    ExpectMetamodelLookupsAsWalked({MetamodelDocument(random, next),
-                                    MetamodelDocument(random, next),
-                                    MetamodelDocument(random, next)});
-  }
-}
-
 // A stage runs over all sources before the next one starts: source b's package enumeration and
 // package structure beat those that source a has in a service.
 TEST(LookupDifferential, MetamodelStagesSpanAllSources) {
   namespace D = OstraTest::MetamodelDocs;
-  const auto named = [](std::string record, const std::string& documentation) {
-    const std::string empty = R"("documentation":"")";
-    return record.replace(record.find(empty), empty.size(),
-                          R"("documentation":")" + documentation + "\"");
-  };
-  const std::string a =
-      D::Doc(D::Package("pa", "",
-                        D::Service("s", "", named(D::Structure("t", ""), "a service"),
-                                   named(D::Enumeration("e"), "a service"))));
-  const std::string b = D::Doc(D::Package("pb", named(D::Structure("t", ""), "b package"), "", "{}",
-                                          named(D::Enumeration("e"), "b package")));
+  const std::string a = Documented(
+      D::Doc(D::Package("pa", "", D::Service("s", "", D::Structure("t", ""), D::Enumeration("e")))),
+      [] { return "a service"; });
+  const std::string b =
+      Documented(D::Doc(D::Package("pb", D::Structure("t", ""), "", "{}", D::Enumeration("e"))),
+                 [] { return "b package"; });
   const auto store = Metadata::Metamodel::MetadataContainer::GetInstance();
   LoadAll<Metadata::Metamodel::JsonMetadataContainer>(store, {a, b});
   const auto doc = [](const auto& record) { return record ? record->documentation : "-"; };
@@ -283,25 +273,6 @@ std::string AuthenticationDocument(Random& random, int& next) {
   return R"({"authentication":{"product":{)" + product + R"(},"component":{)" + component() + "}}}";
 }
 
-TEST(LookupDifferential, AuthenticationLookupsAnswerAsTheWalk) {
-  const std::vector<std::string> packages = {"p0", "p1", "p.q", "p2", "p"};
-  std::vector<std::string> services;
-  for (const auto& package : packages) {
-    for (const char* name : {"s0", "s1", "s2"})
-      services.push_back(package + "." + name);
-  }
-  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    Random random{std::mt19937(seed)};
-    int next = 1;
-    const auto store = Metadata::Authentication::MetadataContainer::GetInstance();
-    const Walk walk(LoadAll<Metadata::Authentication::JsonMetadataContainer>(
-        store, {AuthenticationDocument(random, next), AuthenticationDocument(random, next),
-                AuthenticationDocument(random, next)}));
-    ExpectLookupsAsWalked(store, walk, packages, services, {"o0", "o1", "o2", "o3"});
-  }
-}
-
 // Commands of a few paths and names, each described by a text of its own.
 std::string CliDocument(Random& random, int& next) {
   static const char* const kPaths[] = {"", "a", "a.b", "ab", "b"};
@@ -316,15 +287,31 @@ std::string CliDocument(Random& random, int& next) {
          "]}";
 }
 
-TEST(LookupDifferential, CliCommandsAnswerAsTheWalk) {
+TEST(LookupDifferential, LookupsAnswerAsTheWalk) {
+  const std::vector<std::string> packages = {"p0", "p1", "p.q", "p2", "p"};
+  std::vector<std::string> services;
+  for (const auto& package : packages) {
+    for (const char* name : {"s0", "s1", "s2"})
+      services.push_back(package + "." + name);
+  }
   using Identity = Com::Corvane::Ostra::Metadata::Cli::CommandSvc::Identity;
-  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Random random{std::mt19937(seed)};
-    int next = 0;
+    // Three documents made by `make` from this seed, with records counted from `first`.
+    const auto documents = [seed](std::string (*make)(Random&, int&), int first) {
+      Random random{std::mt19937(seed)};
+      return std::vector<std::string>{make(random, first), make(random, first),
+                                      make(random, first)};
+    };
+    ExpectMetamodelLookupsAsWalked(documents(MetamodelDocument, 0));
+    const auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
+    ExpectLookupsAsWalked(authentication,
+                          Walk(LoadAll<Metadata::Authentication::JsonMetadataContainer>(
+                              authentication, documents(AuthenticationDocument, 1))),
+                          packages, services, {"o0", "o1", "o2", "o3"});
     const auto store = Metadata::Cli::MetadataContainer::GetInstance();
-    const auto sources = LoadAll<Metadata::Cli::JsonMetadataContainer>(
-        store, {CliDocument(random, next), CliDocument(random, next), CliDocument(random, next)});
+    const auto sources =
+        LoadAll<Metadata::Cli::JsonMetadataContainer>(store, documents(CliDocument, 0));
     Entries commands;  // "path/name" and description, in walking order
     for (const auto& source : sources) {
       for (const auto& command : source->commands) {

@@ -7,8 +7,6 @@
 #include <rapidjson/stringbuffer.h>
 
 #include <algorithm>
-#include <list>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +19,7 @@ namespace {
 
 namespace Metadata = Ostra::Provider::Metadata;
 using namespace OstraTest::MetamodelDocs;
+using OstraTest::Parse;
 using Edits = std::vector<std::pair<std::string, std::string>>;
 using Lines = std::vector<std::string>;
 
@@ -38,36 +37,30 @@ std::string Op(const std::string& name, const std::string& params, const std::st
          R"(],"result":{"documentation":"","metadata":{},"type":)" + result + R"(},"errors":[)" +
          errors + "]}";
 }
-const std::string kStatus =
-    R"({"name":"com.tern.orders.Status","documentation":"","metadata":{},"values":[)"
-    R"({"name":"OPEN","documentation":"","metadata":{}},)"
-    R"({"name":"CLOSED","documentation":"","metadata":{}}]})";
+const std::string kStatus = R"({"name":"c.o.Status","documentation":"","metadata":{},"values":[)"
+                            R"({"name":"OPEN","documentation":"","metadata":{}},)"
+                            R"({"name":"CLOSED","documentation":"","metadata":{}}]})";
 
 // Order is a parameter and reaches Line through a list; Receipt is only a result.
 const std::string kMetamodel = Doc(Package(
-    "com.tern.orders",
-    Structure("com.tern.orders.Line", Field("sku")) + "," +
-        Structure("com.tern.orders.Order",
-                  Field("lines", Generic("LIST", Ref("com.tern.orders.Line")))) +
-        "," +
-        Structure("com.tern.orders.Receipt", "", "{}", "STRUCTURE",
+    "c.o",
+    Structure("c.o.Line", Field("sku")) + "," +
+        Structure("c.o.Order", Field("lines", Generic("LIST", Ref("c.o.Line")))) + "," +
+        Structure("c.o.Receipt", "", "{}", "STRUCTURE",
                   Constant(R"({"category":"PRIMITIVE","type":"STRING"})", R"("EUR")")) +
-        "," + Structure("com.tern.orders.Missing", "", "{}", "ERROR"),
-    Service(
-        "com.tern.orders.desk",
-        Op("create", Field("order", Ref("com.tern.orders.Order")), Ref("com.tern.orders.Receipt"),
-           R"({"user_defined_type_name":"com.tern.orders.Missing","documentation":""})")),
+        "," + Structure("c.o.Missing", "", "{}", "ERROR"),
+    Service("c.o.desk", Op("create", Field("order", Ref("c.o.Order")), Ref("c.o.Receipt"),
+                           R"({"user_defined_type_name":"c.o.Missing","documentation":""})")),
     "{}", kStatus));
-const std::string kAuthentication = R"({"authentication":{"component":{"name":"com.tern",
-  "schemes":{"key":{"authenticationScheme":"com.tern.key","type":"SESSIONLESS"},
-    "session":{"authenticationScheme":"com.tern.session","type":"SESSION_AWARE",
-               "sessionManager":"com.tern.sm"}},
-  "operations":{"com.tern.orders.desk.create":["session"]},
-  "services":{"com.tern.orders.desk":["key"]}, "packages":{"com.tern.orders":["key"]}}}})";
+const std::string kAuthentication = R"({"authentication":{"component":{"name":"c",
+  "schemes":{"key":{"authenticationScheme":"c.key","type":"SESSIONLESS"},"session":{
+    "authenticationScheme":"c.session","type":"SESSION_AWARE","sessionManager":"c.sm"}},
+  "operations":{"c.o.desk.create":["session"]},"services":{"c.o.desk":["key"]},
+  "packages":{"c.o":["key"]}}}})";
 const std::string kCli =
     R"({"cli":[{"type":"namespace","path":"","name":"orders","description":"Orders"},
   {"type":"command","path":"orders","name":"create","description":"Create an order",
-   "node_metadata":{"service_id":"com.tern.orders.desk","operation_id":"create","options":[
+   "node_metadata":{"service_id":"c.o.desk","operation_id":"create","options":[
      {"long_option":"order","field_name":"order","description":"The order","type":"string",
       "generic":"none"}]}}]})";
 
@@ -77,11 +70,9 @@ Metadata::MetadataModel Load(const std::vector<std::string>& texts) {
   const auto metamodel = Metadata::Metamodel::MetadataContainer::GetInstance();
   const auto authentication = Metadata::Authentication::MetadataContainer::GetInstance();
   const auto cli = Metadata::Cli::MetadataContainer::GetInstance();
-  EXPECT_EQ(Helper::LoadMetamodelMetadataFile("one", *OstraTest::Parse(texts[0]), metamodel),
-            nullptr);
-  EXPECT_EQ(Helper::LoadAuthnMetadataFile("one", *OstraTest::Parse(texts[1]), authentication),
-            nullptr);
-  EXPECT_EQ(Helper::LoadCliMetadataFile("one", *OstraTest::Parse(texts[2]), cli), nullptr);
+  EXPECT_EQ(Helper::LoadMetamodelMetadataFile("one", *Parse(texts[0]), metamodel), nullptr);
+  EXPECT_EQ(Helper::LoadAuthnMetadataFile("one", *Parse(texts[1]), authentication), nullptr);
+  EXPECT_EQ(Helper::LoadCliMetadataFile("one", *Parse(texts[2]), cli), nullptr);
   return {metamodel, authentication, cli};
 }
 
@@ -96,25 +87,21 @@ Lines Diff(const Metadata::MetadataModel& before, const Metadata::MetadataModel&
   return lines;
 }
 
-struct Case {
-  const char* what;
-  Edits edits;  // each replaces the first occurrence in the first document that has it
-  Lines expected;
-};
-
-void Check(const std::vector<Case>& cases) {
+// Each case: its edits, each replacing the first occurrence in the first document that has it,
+// and the changes they make.
+void Check(const std::vector<std::pair<Edits, Lines>>& cases) {
   const auto before = Load({kMetamodel, kAuthentication, kCli});
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [edits, expected] : cases) {
+    SCOPED_TRACE(edits.front().second);
     std::vector<std::string> texts{kMetamodel, kAuthentication, kCli};
-    for (const auto& edit : c.edits) {
+    for (const auto& edit : edits) {
       const auto text = std::find_if(texts.begin(), texts.end(), [&](const std::string& t) {
         return t.find(edit.first) != std::string::npos;
       });
       ASSERT_NE(text, texts.end()) << edit.first;
       text->replace(text->find(edit.first), edit.first.size(), edit.second);
     }
-    EXPECT_EQ(Diff(before, Load(texts)), c.expected);
+    EXPECT_EQ(Diff(before, Load(texts)), expected);
   }
 }
 
@@ -123,118 +110,88 @@ TEST(ModelDiff, EachChangeWithItsRuleAndLevel) {
   const std::string line = R"("fields":[{"name":"sku")", order = R"("fields":[{"name":"lines")",
                     receipt = R"("EUR"}],"fields":[])";
   Check(
-      {{"renamed component, package, service, operation, structure and enumeration",
-        {{R"("name":"comp")", R"("name":"comp2")"},
-         {R"("name":"com.tern.orders",)", R"("name":"com.tern.sales",)"},
-         {R"("name":"com.tern.orders.Status")", R"("name":"com.tern.orders.State")"},
-         {R"("name":"com.tern.orders.Receipt")", R"("name":"com.tern.orders.Bill")"},
-         {R"("name":"com.tern.orders.desk")", R"("name":"com.tern.orders.till")"}},
-        {"breaking metamodel package-removed com.tern.orders: - -> -",
-         "safe metamodel structure-added com.tern.orders.Bill: - -> -",
-         "breaking metamodel structure-removed com.tern.orders.Receipt: - -> -",
-         "safe metamodel enumeration-added com.tern.orders.State: - -> -",
-         "breaking metamodel enumeration-removed com.tern.orders.Status: - -> -",
-         "breaking metamodel service-removed com.tern.orders.desk: - -> -",
-         "safe metamodel service-added com.tern.orders.till: - -> -",
-         "safe metamodel package-added com.tern.sales: - -> -",
+      {{{{R"("name":"comp")", R"("name":"comp2")"},  // records of every kind renamed
+         {R"("name":"c.o",)", R"("name":"c.sales",)"},
+         {R"("name":"c.o.Status")", R"("name":"c.o.State")"},
+         {R"("name":"c.o.Receipt")", R"("name":"c.o.Bill")"},
+         {R"("name":"c.o.desk")", R"("name":"c.o.till")"}},
+        {"breaking metamodel package-removed c.o: - -> -",
+         "safe metamodel structure-added c.o.Bill: - -> -",
+         "breaking metamodel structure-removed c.o.Receipt: - -> -",
+         "safe metamodel enumeration-added c.o.State: - -> -",
+         "breaking metamodel enumeration-removed c.o.Status: - -> -",
+         "breaking metamodel service-removed c.o.desk: - -> -",
+         "safe metamodel service-added c.o.till: - -> -",
+         "safe metamodel package-added c.sales: - -> -",
          "breaking metamodel component-removed comp: - -> -",
          "safe metamodel component-added comp2: - -> -"}},
-       {"renamed operation",
-        {{R"("name":"create")", R"("name":"make")"}},
-        {"breaking metamodel operation-removed com.tern.orders.desk#create: - -> -",
-         "safe metamodel operation-added com.tern.orders.desk#make: - -> -"}},
-       {"required parameter added",
-        {{params, params + Field("note") + ","}},
-        {"breaking metamodel parameter-added com.tern.orders.desk#create(note): - -> string"}},
-       {"optional parameter added",
-        {{params, params + Field("note", Generic("OPTIONAL", Ref("com.tern.Note"))) + ","}},
-        {"safe metamodel parameter-added com.tern.orders.desk#create(note): - -> "
-         "optional<com.tern.Note>"}},
-       {"parameter renamed",
-        {{R"("name":"order")", R"("name":"orders")"}},
-        {"breaking metamodel parameter-removed com.tern.orders.desk#create(order): "
-         "com.tern.orders.Order -> -",
-         "breaking metamodel parameter-added com.tern.orders.desk#create(orders): - -> "
-         "com.tern.orders.Order"}},
-       {"parameter and result types changed, error replaced",
-        {{"com.tern.orders.Order\"}", "com.tern.orders.Line\"}"},
-         {"com.tern.orders.Receipt\"}", "com.tern.orders.Missing\"}"},
-         {"com.tern.orders.Missing\",\"documentation\"",
-          "com.tern.orders.Busy\",\"documentation\""}},
-        {"dangerous metamodel error-added com.tern.orders.desk#create!com.tern.orders.Busy: - -> -",
-         "safe metamodel error-removed com.tern.orders.desk#create!com.tern.orders.Missing: - -> -",
-         "breaking metamodel parameter-type-changed com.tern.orders.desk#create(order): "
-         "com.tern.orders.Order -> com.tern.orders.Line",
-         "breaking metamodel result-type-changed com.tern.orders.desk#create->: "
-         "com.tern.orders.Receipt -> com.tern.orders.Missing"}},
-       {"kind of a generic type changed",
-        {{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
-        {"breaking metamodel field-type-changed com.tern.orders.Order.lines: "
-         "list<com.tern.orders.Line> -> set<com.tern.orders.Line>"}},
-       {"required fields added to a parameter, a structure it reaches and a result",
-        {{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
+       {{{R"("name":"create")", R"("name":"make")"}},  // renamed operation
+        {"breaking metamodel operation-removed c.o.desk#create: - -> -",
+         "safe metamodel operation-added c.o.desk#make: - -> -"}},
+       {{{params, params + Field("note") + ","}},  // required parameter added
+        {"breaking metamodel parameter-added c.o.desk#create(note): - -> string"}},
+       {{{params, params + Field("note", Generic("OPTIONAL", Ref("c.Note"))) + ","}},
+        {"safe metamodel parameter-added c.o.desk#create(note): - -> optional<c.Note>"}},
+       {{{R"("name":"order")", R"("name":"orders")"}},  // parameter renamed
+        {"breaking metamodel parameter-removed c.o.desk#create(order): c.o.Order -> -",
+         "breaking metamodel parameter-added c.o.desk#create(orders): - -> c.o.Order"}},
+       {{{"c.o.Order\"}", "c.o.Line\"}"},  // parameter and result types changed, error replaced
+         {"c.o.Receipt\"}", "c.o.Missing\"}"},
+         {"c.o.Missing\",\"documentation\"", "c.o.Busy\",\"documentation\""}},
+        {"dangerous metamodel error-added c.o.desk#create!c.o.Busy: - -> -",
+         "safe metamodel error-removed c.o.desk#create!c.o.Missing: - -> -",
+         "breaking metamodel parameter-type-changed c.o.desk#create(order): c.o.Order -> c.o.Line",
+         "breaking metamodel result-type-changed c.o.desk#create->: c.o.Receipt -> c.o.Missing"}},
+       {{{R"("generic_type":"LIST")", R"("generic_type":"SET")"}},
+        {"breaking metamodel field-type-changed c.o.Order.lines: list<c.o.Line> -> set<c.o.Line>"}},
+       // Required fields added to a parameter, a structure it reaches and a result.
+       {{{line, R"("fields":[)" + Field("qty") + R"(,{"name":"sku")"},
          {order, R"("fields":[)" + Field("id") + R"(,{"name":"lines")"},
          {receipt, R"("EUR"}],"fields":[)" + Field("total") + "]"}},
-        {"breaking metamodel field-added com.tern.orders.Line.qty: - -> string",
-         "breaking metamodel field-added com.tern.orders.Order.id: - -> string",
-         "safe metamodel field-added com.tern.orders.Receipt.total: - -> string"}},
-       {"optional field added where a parameter reaches",
-        {{line, R"("fields":[)" + Field("qty", Generic("OPTIONAL", Ref("com.tern.Qty"))) +
-                    R"(,{"name":"sku")"}},
-        {"safe metamodel field-added com.tern.orders.Line.qty: - -> optional<com.tern.Qty>"}},
-       {"field renamed",
-        {{R"("name":"sku")", R"("name":"code")"}},
-        {"breaking metamodel field-added com.tern.orders.Line.code: - -> string",
-         "breaking metamodel field-removed com.tern.orders.Line.sku: string -> -"}},
-       {"constant value changed",
-        {{R"("EUR")", R"("USD")"}},
-        {R"(breaking metamodel constant-value-changed com.tern.orders.Receipt::K: string "EUR" -> string "USD")"}},
-       {"constant renamed",
-        {{R"("name":"K")", R"("name":"L")"}},
-        {R"(breaking metamodel constant-removed com.tern.orders.Receipt::K: string "EUR" -> -)",
-         R"(safe metamodel constant-added com.tern.orders.Receipt::L: - -> string "EUR")"}},
-       {"enumeration value renamed",
-        {{R"("name":"CLOSED")", R"("name":"DONE")"}},
-        {"breaking metamodel enumeration-value-removed com.tern.orders.Status.CLOSED: - -> -",
-         "dangerous metamodel enumeration-value-added com.tern.orders.Status.DONE: - -> -"}},
-       {"documentation and descriptions",
-        {{R"("documentation":"d")", R"("documentation":"Tern")"},
+        {"breaking metamodel field-added c.o.Line.qty: - -> string",
+         "breaking metamodel field-added c.o.Order.id: - -> string",
+         "safe metamodel field-added c.o.Receipt.total: - -> string"}},
+       {{{line,  // optional field added where a parameter reaches
+          R"("fields":[)" + Field("qty", Generic("OPTIONAL", Ref("c.Qty"))) + R"(,{"name":"sku")"}},
+        {"safe metamodel field-added c.o.Line.qty: - -> optional<c.Qty>"}},
+       {{{R"("name":"sku")", R"("name":"code")"}},  // field renamed
+        {"breaking metamodel field-added c.o.Line.code: - -> string",
+         "breaking metamodel field-removed c.o.Line.sku: string -> -"}},
+       {{{R"("EUR")", R"("USD")"}},  // constant value changed
+        {R"(breaking metamodel constant-value-changed c.o.Receipt::K: string "EUR" -> string "USD")"}},
+       {{{R"("name":"K")", R"("name":"L")"}},  // constant renamed
+        {R"(breaking metamodel constant-removed c.o.Receipt::K: string "EUR" -> -)",
+         R"(safe metamodel constant-added c.o.Receipt::L: - -> string "EUR")"}},
+       {{{R"("name":"CLOSED")", R"("name":"DONE")"}},  // enumeration value renamed
+        {"breaking metamodel enumeration-value-removed c.o.Status.CLOSED: - -> -",
+         "dangerous metamodel enumeration-value-added c.o.Status.DONE: - -> -"}},
+       {{{R"("documentation":"d")", R"("documentation":"Tern")"},  // documentation and descriptions
          {R"("name":"OPEN","documentation":"")", R"("name":"OPEN","documentation":"Open.")"},
          {R"("description":"Create an order")", R"("description":"Place an order")"},
          {R"("description":"The order")", R"("description":"What to order")"}},
-        {"safe metamodel documentation-changed com.tern.orders.Status.OPEN:  -> Open.",
+        {"safe metamodel documentation-changed c.o.Status.OPEN:  -> Open.",
          "safe metamodel documentation-changed comp: d -> Tern",
          "safe cli documentation-changed orders.create: Create an order -> Place an order",
          "safe cli documentation-changed orders.create --order: The order -> What to order"}},
-       {"scheme required at a service",
-        {{R"(["key"])", R"(["key","session"])"}},
-        {"breaking authentication authentication-added com.tern.orders.desk: - -> "
-         "com.tern.session"}},
-       {"operation level gone",
-        {{R"(["session"])", "[]"}},
-        {"dangerous authentication authentication-removed com.tern.orders.desk#create: "
-         "com.tern.session -> -"}},
-       {"scheme type changed",
-        {{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},
-        {"dangerous authentication authentication-scheme-changed com.tern.orders.desk#create: "
-         "com.tern.session (session-aware, manager com.tern.sm) -> com.tern.session "
-         "(sessionless)"}},
-       {"command renamed",
-        {{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
+       {{{R"(["key"])", R"(["key","session"])"}},  // scheme required at a service
+        {"breaking authentication authentication-added c.o.desk: - -> c.session"}},
+       {{{R"(["session"])", "[]"}},  // operation level gone
+        {"dangerous authentication authentication-removed c.o.desk#create: c.session -> -"}},
+       {{{R"("SESSION_AWARE")", R"("SESSIONLESS")"}},  // scheme type changed
+        {"dangerous authentication authentication-scheme-changed c.o.desk#create: c.session "
+         "(session-aware, manager c.sm) -> c.session (sessionless)"}},
+       {{{R"("path":"orders","name":"create")", R"("path":"orders","name":"place")"}},
         {"breaking cli cli-command-removed orders.create: - -> -",
          "safe cli cli-command-added orders.place: - -> -"}},
-       {"operation, option type and option name changed",
-        {{R"("operation_id":"create")", R"("operation_id":"cancel")"},
+       {{{R"("operation_id":"create")", R"("operation_id":"cancel")"},
          {R"("generic":"none")", R"("generic":"list")"}},
-        {"dangerous cli cli-command-operation-changed orders.create: "
-         "com.tern.orders.desk#create -> com.tern.orders.desk#cancel",
+        {"dangerous cli cli-command-operation-changed orders.create: c.o.desk#create -> "
+         "c.o.desk#cancel",
          "breaking cli cli-option-type-changed orders.create --order: string -> string (list)"}},
-       {"option renamed",
-        {{R"("long_option":"order")", R"("long_option":"id")"}},
+       {{{R"("long_option":"order")", R"("long_option":"id")"}},  // option renamed
         {"safe cli cli-option-added orders.create --id: - -> string",
          "breaking cli cli-option-removed orders.create --order: string -> -"}},
-       {"namespace described anew",
-        {{R"("description":"Orders")", R"("description":"All orders")"}},
+       {{{R"("description":"Orders")", R"("description":"All orders")"}},
         {"safe cli documentation-changed orders: Orders -> All orders"}}});
 }
 

@@ -22,6 +22,7 @@
 #include <streambuf>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <rapidjson/istreamwrapper.h>
@@ -41,9 +42,8 @@ using namespace OstraTest::MetamodelDocs;
 constexpr std::size_t kLimit = Ostra::kMaxDocumentJsonDepth;
 
 // A stream buffer over `data` that hands it out `piece` bytes at a time, as a pipe whose writer
-// sends in small pieces. Reads past the first `good` bytes throw,
-// as a file buffer does on a bad block (what an istream would turn into badbit). It seeks only when
-// `seekable`.
+// sends in small pieces. Reads past the first `good` bytes throw, as a file buffer does on a bad
+// block (what an istream would turn into badbit). It seeks only when `seekable`.
 class TestBuffer : public std::streambuf {
  public:
   TestBuffer(std::string data, std::size_t piece, bool seekable = false,
@@ -110,9 +110,7 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
     EXPECT_EQ(document.GetErrorOffset(), reference.document.GetErrorOffset()) << how << shown;
     const bool failed = document.HasParseError();
     EXPECT_EQ(parsed.fingerprint, failed && source ? "" : reference.fingerprint) << how << shown;
-    if (!failed) {
-      EXPECT_TRUE(document == reference.document) << how << shown;
-    }
+    EXPECT_TRUE(failed || document == reference.document) << how << shown;
   };
   Messages messages;
   check(*ParseStream(fastIn, messages), "stream: ", false);
@@ -130,22 +128,13 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
 
 TEST(ParseStream, InMemoryLoadMatchesTheStreamWrapperOnEveryInput) {
   using namespace std::string_literals;
-  std::vector<std::string> texts = {"",          " ",
-                                    "\n\t",      "{}",
-                                    "{} x",      "{}\n",
-                                    "[1,2,",     "{\"a\":1,}",
-                                    "{\"a\" 1}", "{\"a\": NaN}",
-                                    "// c\n{}",  "\"\\uD800\"",
-                                    "\"\\x\"",   "01",
-                                    "1e999",     "nul",
-                                    "[tru]",     "  },\n  }",
-                                    "]",         " ,",
-                                    ":1",        "\xEF\xBB\xBF{}",
-                                    "\xff\xfe"};
-  texts.insert(texts.end(),
-               {"{\"cli\":[]} // comment", "{\"a\":\"x\0y\"}"s, "{} \0junk"s,
-                "[" + std::string(200000, ' ') + R"("long", 1.5e300, -0, true])",
-                std::string(500, '[') + std::string(500, ']'), std::string(70000, '{')});
+  // clang-format off
+  const std::string texts[] = {"", " ", "\n\t", "{}", "{}\n", "\xEF\xBB\xBF{}", "{} x", "[1,2,",
+      "{\"a\":1,}", "{\"a\" 1}", "{\"a\": NaN}", "// c\n{}", "\"\\uD800\"", "\"\\x\"", "01", "1e999", "nul",
+      "[tru]", "  },\n  }", "]", " ,", ":1", "\xff\xfe", "{\"cli\":[]} // comment", "{\"a\":\"x\0y\"}"s,
+      "{} \0junk"s, "[" + std::string(200000, ' ') + R"("long", 1.5e300, -0, true])",
+      std::string(500, '[') + std::string(500, ']'), std::string(70000, '{')};
+  // clang-format on
   for (const std::string& text : texts)
     ExpectSameAsReference(text);
   // Errors right before, at and after the end of the first block.
@@ -170,25 +159,21 @@ TEST(ParseStream, UnseekableAndFailingStreamsNeverThrow) {
   std::ifstream directory(testing::TempDir(), std::ios::binary);
   ASSERT_TRUE(directory.is_open());
   directory.seekg(1);
-  struct Case {
-    std::istream& in;
-    rapidjson::ParseErrorCode code;
-    std::size_t offset;
-    std::string fingerprint;
-  } const cases[] = {
+  // Each stream with its error, where it is and the fingerprint.
+  const std::tuple<std::istream&, rapidjson::ParseErrorCode, std::size_t, std::string> cases[] = {
       {pipeIn, rapidjson::kParseErrorDocumentRootNotSingular, 3, Crc("x and more")},
       {failingIn, rapidjson::kParseErrorArrayMissCommaOrSquareBracket, 7, Crc(text.substr(0, 7))},
       {movedIn, rapidjson::kParseErrorValueInvalid, 0, Crc(text.substr(0, 7))},  // at "a"
       {directory, rapidjson::kParseErrorDocumentEmpty, 0, Crc("")},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.fingerprint);
+  for (const auto& [in, code, offset, fingerprint] : cases) {
+    SCOPED_TRACE(fingerprint);
     Messages messages;
     std::shared_ptr<ParsedMetadata> parsed;
-    ASSERT_NO_THROW(parsed = ParseStream(c.in, messages));
-    EXPECT_EQ(parsed->document->GetParseError(), c.code);
-    EXPECT_EQ(parsed->document->GetErrorOffset(), c.offset);
-    EXPECT_EQ(parsed->fingerprint, c.fingerprint);
+    ASSERT_NO_THROW(parsed = ParseStream(in, messages));
+    EXPECT_EQ(parsed->document->GetParseError(), code);
+    EXPECT_EQ(parsed->document->GetErrorOffset(), offset);
+    EXPECT_EQ(parsed->fingerprint, fingerprint);
   }
 }
 
@@ -198,7 +183,6 @@ TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {
   EXPECT_EQ(FindMember(root, "a")->value.GetInt(), 1);
   EXPECT_EQ(FindMember(root, "c"), root.MemberEnd());
   EXPECT_EQ(ValToString(FindMember(root, "b")->value), std::string("x\0y", 3));
-
   // Names compare as C strings: up to a name's first NUL, and no further.
   const auto nul = Parse(R"({"ab":1,"a\u0000b":2,"abc":3})");
   EXPECT_EQ(FindMember(*nul->document, "a")->value.GetInt(), 2);
@@ -221,12 +205,9 @@ void OnSmallStack(std::function<void()> body) {
 
 std::string Nested(std::size_t depth, const std::string& open, const std::string& close,
                    const std::string& inner = "") {
-  std::string text;
+  std::string text = inner;
   for (std::size_t i = 0; i < depth; ++i)
-    text += open;
-  text += inner;
-  for (std::size_t i = 0; i < depth; ++i)
-    text += close;
+    text = open + text + close;
   return text;
 }
 
@@ -241,11 +222,8 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
   const std::string veryDeep = prefix + std::string(10000000, '[');
   const std::size_t deepOffset = prefix.size() + kLimit - 3;
   using namespace rapidjson;
-  struct Case {
-    std::string text;
-    ParseErrorCode code;
-    std::size_t offset;
-  } const cases[] = {
+  // Each text with its error and where it is.
+  const std::tuple<std::string, ParseErrorCode, std::size_t> cases[] = {
       {Nested(kLimit, "[", "]"), kParseErrorNone, 0},
       {Nested(kLimit, R"({"a":)", "}", "1"), kParseErrorNone, 0},
       {Nested(kLimit + 1, "[", "]"), kParseErrorTermination, kLimit},
@@ -258,16 +236,16 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
   };
   const std::string path = Write("deep", veryDeep);
   OnSmallStack([&] {
-    for (const Case& c : cases) {
-      SCOPED_TRACE(c.text.substr(0, 40));
-      std::istringstream forJson(c.text), forStream(c.text), forSource(c.text);
+    for (const auto& [text, code, offset] : cases) {
+      SCOPED_TRACE(text.substr(0, 40));
+      std::istringstream forJson(text), forStream(text), forSource(text);
       JsonDocument json;
       ParseJson(forJson, json);
       Messages messages;
       const auto stream = ParseStream(forStream, messages), source = ParseSource(forSource);
       for (const JsonDocument* document : {&json, stream->document.get(), source->document.get()}) {
-        EXPECT_EQ(document->GetParseError(), c.code);
-        EXPECT_EQ(document->GetErrorOffset(), c.offset);
+        EXPECT_EQ(document->GetParseError(), code);
+        EXPECT_EQ(document->GetErrorOffset(), offset);
       }
     }
     const auto store = Metamodel::MetadataContainer::GetInstance();
@@ -282,16 +260,14 @@ TEST_F(DeepNesting, EveryReaderStopsAtTheFirstBracketBeyondTheLimitOnASmallStack
 // more is beyond the limit). A host's call converts the record to a data value and to JSON,
 // recursively: on the main thread's stack even the deepest type is served.
 TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
-  const auto document = [](std::size_t levels) {
-    const std::string type =
-        Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
-               R"({"category":"BUILTIN","primitive_type":"STRING"})");
-    return Doc(Package("p", Structure("p.S", Field("f", type))));
-  };
   // Root, "metamodel", component, packages, package, structures, structure, fields, field: the
   // field's type is the tenth level, and each element type one more.
   const std::size_t levels = kLimit - 10;
-  const std::string deepest = Write("deepest", document(levels));
+  const std::string type =
+      Nested(levels, R"({"category":"GENERIC","generic_type":"LIST","element_type":)", "}",
+             R"({"category":"BUILTIN","primitive_type":"STRING"})");
+  const std::string deepest =
+      Write("deepest", Doc(Package("p", Structure("p.S", Field("f", type)))));
   const auto store = Metamodel::MetadataContainer::GetInstance();
   OnSmallStack([&] {
     const auto error = store->CreateSource("deepest", FileSpec(deepest));
@@ -322,30 +298,25 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
 
 using HostileSources = MetamodelStoreTest;
 
-// Peak resident memory of this process so far, in KiB.
-long PeakResidentKiB() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
-}
-
 // Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
 // far less than the file.
 TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
   const std::string sparse = Write("sparse", "");
   ASSERT_EQ(truncate(sparse.c_str(), off_t{2} << 30), 0);
-  const long before = PeakResidentKiB();
+  rusage usage{};  // peak resident memory in KiB
+  getrusage(RUSAGE_SELF, &usage);
+  const long before = usage.ru_maxrss;
   for (const std::string& path : {std::string("/dev/zero"), sparse, std::string("/dev/urandom")}) {
     const auto error = store_->CreateSource("s", FileSpec(path));
     ASSERT_NE(error, nullptr);
-    const std::string message = OnlyMessage(*error);
-    if (path == "/dev/urandom") {  // where it fails cannot be known
-      EXPECT_EQ(message.substr(0, 37), "ostra.metadata.metamodel.parse.error:");
-    } else {
-      EXPECT_EQ(message, "ostra.metadata.metamodel.parse.error: 1 0") << path;
-    }
+    // Where random bytes fail cannot be known: only the id is checked.
+    const std::size_t known = path == "/dev/urandom" ? 37 : std::string::npos;
+    EXPECT_EQ(OnlyMessage(*error).substr(0, known),
+              std::string("ostra.metadata.metamodel.parse.error: 1 0").substr(0, known))
+        << path;
   }
-  EXPECT_LT(PeakResidentKiB() - before, 32 * 1024);
+  getrusage(RUSAGE_SELF, &usage);
+  EXPECT_LT(usage.ru_maxrss - before, 32 * 1024);
   EXPECT_TRUE(store_->ListSources().empty());
 }
 
@@ -401,14 +372,13 @@ TEST_F(HostileSources, RewrittenWhileReloading) {
     for (int i = 0; i < 300 || written < 20; ++i) {
       ASSERT_EQ(store_->ReloadSource(boost::none), nullptr);
       const std::string fingerprint = store_->SourceFingerprint(std::string("a"));
-      const auto components = store_->ListComponents();
-      const auto services = store_->ListServices();
+      const auto components = store_->ListComponents(), services = store_->ListServices();
       ASSERT_EQ(components.size(), 1u);
       ASSERT_EQ(services.size(), 1u);
-      const std::string held = components.front() + " " + services.front();
-      EXPECT_TRUE(fingerprint == prints[0] || fingerprint == prints[1] || !atomic);
-      if (fingerprint == prints[0] || fingerprint == prints[1]) {
-        EXPECT_EQ(held, fingerprint == prints[0] ? "one p.s" : "two p.t");
+      const int version = fingerprint == prints[0] ? 0 : fingerprint == prints[1] ? 1 : -1;
+      EXPECT_TRUE(version >= 0 || !atomic);
+      if (version >= 0) {
+        EXPECT_EQ(components.front() + " " + services.front(), version ? "two p.t" : "one p.s");
       }
     }
     stop = true;

@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "ostra/core/json.h"
@@ -46,7 +47,6 @@ class Services : public testing::Test {
     for (const auto& service : all)  // by identifier, after the common prefix
       services_[service->GetIdentifier().substr(kPrefix.size())] = service;
   }
-
   // Calls an operation with JSON input: the result as JSON, "KIND id: args" for an error, or
   // "(no completion)".
   std::string Call(const std::string& service, const std::string& operation,
@@ -93,116 +93,104 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   const std::string notFound = "NOT_FOUND ostra.metada.";
   const auto& mm = *metamodel_;
   const auto& au = *authentication_;
-  struct Case {
-    const char *service, *operation;
-    std::string input, expected;
+  // Service, operation, input and the answer.
+  using Case = std::tuple<const char*, const char*, std::string, std::string>;
+  // The inputs of operation and identity lookups.
+  const auto op = [](const std::string& service, const char* operation) {
+    return R"({"service_id":")" + service + R"(","operation_id":")" + operation + "\"}";
   };
-  std::vector<Case> cases;
-  // `found` for `id` as input `member`, NotFound with `domain`'s `kind` message for "zz".
-  const auto lookup = [&](const char* service, const char* operation, const std::string& member,
-                          const std::string& id, const std::string& found,
-                          const std::string& kind) {
-    cases.push_back({service, operation, "{\"" + member + "\":\"" + id + "\"}", found});
-    cases.push_back(
-        {service, operation, "{\"" + member + "\":\"zz\"}", notFound + kind + ".not.found: zz"});
+  const auto identity = [](const char* path, const char* name) {
+    return R"({"identity":{"path":")" + std::string(path) + R"(","name":")" + name + "\"}}";
   };
-  lookup("metamodel.component", "get", "component_id", fleet, AsJson(mm.ComponentInfo(fleet)),
-         "metamodel.component");
-  lookup("metamodel.component", "fingerprint", "component_id", fleet,
-         Quoted(Crc(ExampleText("metamodel.json"))), "metamodel.component");
-  lookup("metamodel.package", "get", "package_id", vehicles, AsJson(mm.PackageInfo(vehicles)),
-         "metamodel.package");
-  lookup("metamodel.service", "get", "service_id", planner, AsJson(mm.ServiceInfo(planner)),
+  std::vector<Case> cases = {
+      {"metamodel.component", "list", "{}", AsJson(mm.ListComponents())},
+      {"metamodel.package", "list", "{}", AsJson(mm.ListPackages())},
+      {"metamodel.service", "list", "{}", AsJson(mm.ListServices())},
+      {"metamodel.service.operation", "get", op(planner, "plan"),
+       AsJson(mm.OperationInfo(planner, "plan"))},
+      {"metamodel.service.operation", "get", op(planner, "zz"),
+       notFound + "metamodel.operation.not.found: " + planner + " zz"},
+      {"metamodel.service.hidden", "list", "{}", "[]"},
+      {"metamodel.enumeration", "list", "{}", AsJson(mm.ListEnumerations())},
+      {"metamodel.structure", "list", "{}", AsJson(mm.ListStructures())},
+      {"metamodel.resource", "list", "{}", AsJson(mm.ListResources())},
+      {"metamodel.source", "list", "{}", R"(["m"])"},
+      {"metamodel.source", "fingerprint", "{}", Quoted(mm.SourceFingerprint(boost::none))},
+      // The helper describes a source by its id, and a parsed one by no path.
+      {"metamodel.source", "get", R"({"source_id":"m"})",
+       R"({"description":"m","type":"FILE","filepath":")" + kExamples +
+           "metamodel.json\",\"address\":null}"},
+      {"authentication.source", "get", R"({"source_id":"a"})",
+       R"({"description":"a","type":"FILE","filepath":null,"address":null})"},
+      {"metamodel.source", "delete", R"({"source_id":"zz"})",
+       notFound + "metamodel.source.not.found: zz"},
+      {"authentication.component", "list", "{}", AsJson(au.ListComponents())},
+      {"authentication.component", "fingerprint", R"({"component_id":")" + fleet + "\"}",
+       Quoted(Crc(ExampleText("authentication.json")))},
+      {"authentication.package", "list", "{}", AsJson(au.ListPackages())},
+      {"authentication.service", "list", "{}", AsJson(au.ListServices())},
+      {"authentication.service.operation", "list", R"({"service_id":")" + registry + "\"}",
+       AsJson(*au.ListOperations(registry))},
+      {"authentication.service.operation", "list", R"({"service_id":"p.q.zz"})",
+       notFound + "authentication.service.not.found: p.q.zz"},
+      {"authentication.service.operation", "get", op(registry, "retire"),
+       AsJson(au.OperationInfo(registry, "retire"))},
+      {"authentication.service.operation", "get", op(registry, "zz"),
+       notFound + "authentication.operation.not.found: " + registry + " zz"},
+      {"authentication.source", "list", "{}", R"(["a"])"},
+      {"cli.namespace", "list", "{}", AsJson(cli_->ListNamespaces())},
+      {"cli.namespace", "get", identity("fleet", "routes"), AsJson(cli_->NamespaceInfo(routes))},
+      {"cli.namespace", "get", identity("fleet", "x"),
+       notFound + "cli.namespace.not.found: fleet.x"},
+      {"cli.namespace", "fingerprint", "{}", Quoted(cli_->NamespaceFingerprint())},
+      {"cli.command", "list", "{}", AsJson(cli_->ListCommands(boost::none))},
+      {"cli.command", "list", R"({"namespace":"fleet.routes"})",
+       AsJson(cli_->ListCommands(std::string("fleet.routes")))},
+      // A namespace that exists but holds no command is not found.
+      {"cli.command", "list", R"({"namespace":"fleet"})",
+       notFound + "cli.namespace.not.found: fleet"},
+      {"cli.command", "get", identity("fleet.telemetry.alerts", "raise"),
+       AsJson(cli_->CommandInfo(raise))},
+      {"cli.command", "get", identity("", "run"), notFound + "cli.command.not.found: run"},
+      {"cli.command", "get", identity("fleet.routes", "run"),
+       notFound + "cli.command.not.found: fleet.routes.run"},
+      {"cli.command", "fingerprint", "{}", Quoted(cli_->CommandFingerprint())},
+      {"cli.source", "list", "{}", R"(["c"])"},
+      {"cli.source", "fingerprint", R"({"source_id":"c"})",
+       Quoted(cli_->SourceFingerprint(std::string("c")))},
+  };
+  // `found` for `id`, NotFound with the `kind` message (the service's by default) for "zz"; the
+  // input is named after the kind: "component_id" for "metamodel.component".
+  const auto lookup = [&](const char* service, const char* operation, const std::string& id,
+                          const std::string& found, std::string kind = "") {
+    kind = kind.empty() ? service : kind;
+    const std::string member = "{\"" + kind.substr(kind.rfind('.') + 1) + "_id\":\"";
+    cases.push_back({service, operation, member + id + "\"}", found});
+    cases.push_back({service, operation, member + "zz\"}", notFound + kind + ".not.found: zz"});
+  };
+  lookup("metamodel.component", "get", fleet, AsJson(mm.ComponentInfo(fleet)));
+  lookup("metamodel.component", "fingerprint", fleet, Quoted(Crc(ExampleText("metamodel.json"))));
+  lookup("metamodel.package", "get", vehicles, AsJson(mm.PackageInfo(vehicles)));
+  lookup("metamodel.service", "get", planner, AsJson(mm.ServiceInfo(planner)));
+  lookup("metamodel.service.operation", "list", planner, AsJson(*mm.ListOperations(planner)),
          "metamodel.service");
-  lookup("metamodel.service.operation", "list", "service_id", planner,
-         AsJson(*mm.ListOperations(planner)), "metamodel.service");
-  lookup("metamodel.enumeration", "get", "enumeration_id", fuel, AsJson(mm.EnumerationInfo(fuel)),
-         "metamodel.enumeration");
-  lookup("metamodel.structure", "get", "structure_id", spec, AsJson(mm.StructureInfo(spec)),
-         "metamodel.structure");
-  lookup("metamodel.resource.model", "list", "resource_id", "com.larkspur.fleet.Vehicle",
-         "[\"" + spec + "\"]", "metamodel.resource");
+  lookup("metamodel.enumeration", "get", fuel, AsJson(mm.EnumerationInfo(fuel)));
+  lookup("metamodel.structure", "get", spec, AsJson(mm.StructureInfo(spec)));
+  lookup("metamodel.resource.model", "list", fleet + ".Vehicle", "[\"" + spec + "\"]",
+         "metamodel.resource");
   // The component service reports the Metamodel message.
-  lookup("authentication.component", "get", "component_id", fleet, AsJson(au.ComponentInfo(fleet)),
+  lookup("authentication.component", "get", fleet, AsJson(au.ComponentInfo(fleet)),
          "metamodel.component");
-  lookup("authentication.package", "get", "package_id", vehicles, AsJson(au.PackageInfo(vehicles)),
-         "authentication.package");
-  lookup("authentication.service", "get", "service_id", registry, AsJson(au.ServiceInfo(registry)),
-         "authentication.service");
-  cases.insert(
-      cases.end(),
-      {
-          {"metamodel.component", "list", "{}", AsJson(mm.ListComponents())},
-          {"metamodel.package", "list", "{}", AsJson(mm.ListPackages())},
-          {"metamodel.service", "list", "{}", AsJson(mm.ListServices())},
-          {"metamodel.service.operation", "get",
-           R"({"service_id":")" + planner + R"(","operation_id":"plan"})",
-           AsJson(mm.OperationInfo(planner, "plan"))},
-          {"metamodel.service.operation", "get",
-           R"({"service_id":")" + planner + R"(","operation_id":"zz"})",
-           notFound + "metamodel.operation.not.found: " + planner + " zz"},
-          {"metamodel.service.hidden", "list", "{}", "[]"},
-          {"metamodel.enumeration", "list", "{}", AsJson(mm.ListEnumerations())},
-          {"metamodel.structure", "list", "{}", AsJson(mm.ListStructures())},
-          {"metamodel.resource", "list", "{}", AsJson(mm.ListResources())},
-          {"metamodel.source", "list", "{}", R"(["m"])"},
-          {"metamodel.source", "fingerprint", "{}", Quoted(mm.SourceFingerprint(boost::none))},
-          // The helper describes a source by its id, and a parsed one by no path.
-          {"metamodel.source", "get", R"({"source_id":"m"})",
-           R"({"description":"m","type":"FILE","filepath":")" + kExamples +
-               "metamodel.json\",\"address\":null}"},
-          {"authentication.source", "get", R"({"source_id":"a"})",
-           R"({"description":"a","type":"FILE","filepath":null,"address":null})"},
-          {"metamodel.source", "delete", R"({"source_id":"zz"})",
-           notFound + "metamodel.source.not.found: zz"},
-          {"authentication.component", "list", "{}", AsJson(au.ListComponents())},
-          {"authentication.component", "fingerprint", R"({"component_id":")" + fleet + "\"}",
-           Quoted(Crc(ExampleText("authentication.json")))},
-          {"authentication.package", "list", "{}", AsJson(au.ListPackages())},
-          {"authentication.service", "list", "{}", AsJson(au.ListServices())},
-          {"authentication.service.operation", "list", R"({"service_id":")" + registry + "\"}",
-           AsJson(*au.ListOperations(registry))},
-          {"authentication.service.operation", "list", R"({"service_id":"p.q.zz"})",
-           notFound + "authentication.service.not.found: p.q.zz"},
-          {"authentication.service.operation", "get",
-           R"({"service_id":")" + registry + R"(","operation_id":"retire"})",
-           AsJson(au.OperationInfo(registry, "retire"))},
-          {"authentication.service.operation", "get",
-           R"({"service_id":")" + registry + R"(","operation_id":"zz"})",
-           notFound + "authentication.operation.not.found: " + registry + " zz"},
-          {"authentication.source", "list", "{}", R"(["a"])"},
-          {"cli.namespace", "list", "{}", AsJson(cli_->ListNamespaces())},
-          {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"routes"}})",
-           AsJson(cli_->NamespaceInfo(routes))},
-          {"cli.namespace", "get", R"({"identity":{"path":"fleet","name":"x"}})",
-           notFound + "cli.namespace.not.found: fleet.x"},
-          {"cli.namespace", "fingerprint", "{}", Quoted(cli_->NamespaceFingerprint())},
-          {"cli.command", "list", "{}", AsJson(cli_->ListCommands(boost::none))},
-          {"cli.command", "list", R"({"namespace":"fleet.routes"})",
-           AsJson(cli_->ListCommands(std::string("fleet.routes")))},
-          // A namespace that exists but holds no command is not found.
-          {"cli.command", "list", R"({"namespace":"fleet"})",
-           notFound + "cli.namespace.not.found: fleet"},
-          {"cli.command", "get", R"({"identity":{"path":"fleet.telemetry.alerts","name":"raise"}})",
-           AsJson(cli_->CommandInfo(raise))},
-          {"cli.command", "get", R"({"identity":{"path":"","name":"run"}})",
-           notFound + "cli.command.not.found: run"},
-          {"cli.command", "get", R"({"identity":{"path":"fleet.routes","name":"run"}})",
-           notFound + "cli.command.not.found: fleet.routes.run"},
-          {"cli.command", "fingerprint", "{}", Quoted(cli_->CommandFingerprint())},
-          {"cli.source", "list", "{}", R"(["c"])"},
-          {"cli.source", "fingerprint", R"({"source_id":"c"})",
-           Quoted(cli_->SourceFingerprint(std::string("c")))},
-      });
+  lookup("authentication.package", "get", vehicles, AsJson(au.PackageInfo(vehicles)));
+  lookup("authentication.service", "get", registry, AsJson(au.ServiceInfo(registry)));
   std::set<std::string> called;
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.service) + "." + c.operation + " " + c.input);
-    EXPECT_NE(c.expected.substr(0, 4), "null");
-    EXPECT_EQ(Call(c.service, c.operation, c.input), c.expected);
-    called.insert(c.service);
+  for (const auto& [service, operation, input, expected] : cases) {
+    SCOPED_TRACE(std::string(service) + "." + operation + " " + input);
+    EXPECT_NE(expected.substr(0, 4), "null");
+    EXPECT_EQ(Call(service, operation, input), expected);
+    called.insert(service);
   }
   EXPECT_EQ(called.size(), 18u);
-
   // Source mutations through Invoke: a Void success answers null.
   const std::string created =
       Call("metamodel.source", "create",
@@ -211,6 +199,18 @@ TEST_F(Services, EveryServiceAnswersWhatItsStoreAnswers) {
   EXPECT_EQ(created, "null");
   EXPECT_EQ(Call("metamodel.source", "delete", R"({"source_id":"n"})"), "null");
   EXPECT_EQ(Call("metamodel.source", "list", "{}"), R"(["m"])");
+  // The bundled documents describe one product: every command calls an operation that the
+  // Metamodel example defines. (The made-up ancestor of the alerts namespace: the tool's summary
+  // test.)
+  const auto commands = cli_->ListCommands(boost::none);
+  EXPECT_EQ(commands.size(), 12u);
+  for (const auto& id : commands) {
+    const auto command = cli_->CommandInfo(id);
+    EXPECT_NE(metamodel_->OperationInfo(command->service_id, command->operation_id), nullptr)
+        << command->service_id << " " << command->operation_id;
+  }
+  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
+            3u);
 }
 
 // The helper binds the services in a fixed order, and all but the source services anonymously.
@@ -235,31 +235,23 @@ TEST_F(Services, HelperBindsInOrderAndAllButSourceServicesAnonymously) {
   EXPECT_EQ(ProviderHelper::MetadataAnonSvcNames(), anonymous);
 }
 
+// clang-format off
 // A well-formed value of every input name; records are objects.
 const std::map<std::string, std::string> kSample = {
-    {"component_id", R"("c")"},
-    {"package_id", R"("p")"},
-    {"service_id", R"("s")"},
-    {"operation_id", R"("o")"},
-    {"enumeration_id", R"("e")"},
-    {"structure_id", R"("t")"},
-    {"resource_id", R"("r")"},
-    {"source_id", R"("x")"},
-    {"namespace", R"("n")"},
-    {"spec", R"({"description":"d","type":"FILE","filepath":"/no/such/file.json"})"},
+    {"component_id", R"("c")"}, {"package_id", R"("p")"}, {"service_id", R"("s")"},
+    {"operation_id", R"("o")"}, {"enumeration_id", R"("e")"}, {"structure_id", R"("t")"},
+    {"resource_id", R"("r")"}, {"source_id", R"("x")"}, {"namespace", R"("n")"},
     {"identity", R"({"path":"","name":"n"})"},
-};
+    {"spec", R"({"description":"d","type":"FILE","filepath":"/no/such/file.json"})"}};
 
 // The inputs that may be left out: service, operation, input.
 const std::set<std::vector<std::string>> kOptional = {
-    {"metamodel.source", "reload", "source_id"},
-    {"metamodel.source", "fingerprint", "source_id"},
+    {"metamodel.source", "reload", "source_id"}, {"metamodel.source", "fingerprint", "source_id"},
     {"authentication.source", "reload", "source_id"},
     {"authentication.source", "fingerprint", "source_id"},
-    {"cli.source", "reload", "source_id"},
-    {"cli.source", "fingerprint", "source_id"},
-    {"cli.command", "list", "namespace"},
-};
+    {"cli.source", "reload", "source_id"}, {"cli.source", "fingerprint", "source_id"},
+    {"cli.command", "list", "namespace"}};
+// clang-format on
 
 // The input object of `inputs` with their samples, `name` given as `value` (left out when empty).
 std::string Input(const std::vector<std::string>& inputs, const std::string& name,
@@ -307,21 +299,6 @@ TEST_F(Services, RequiredInputsAreRefusedBeforeTheCallAndOptionalOnesMayBeLeftOu
   EXPECT_EQ(metamodel_->ListSources(), std::list<std::string>{"m"});
   EXPECT_EQ(authentication_->ListSources(), std::list<std::string>{"a"});
   EXPECT_EQ(cli_->ListSources(), std::list<std::string>{"c"});
-}
-
-// The bundled documents describe one product: every command calls an operation that the Metamodel
-// example defines. (The made-up ancestor of the alerts namespace: the tool's summary test.)
-TEST_F(Services, BundledExampleCommandsCallMetamodelOperations) {
-  const auto commands = cli_->ListCommands(boost::none);
-  EXPECT_EQ(commands.size(), 12u);
-  for (const auto& id : commands) {
-    const auto command = cli_->CommandInfo(id);
-    EXPECT_NE(metamodel_->OperationInfo(command->service_id, command->operation_id), nullptr)
-        << command->service_id << " " << command->operation_id;
-  }
-  using NsId = Binding::Cli::Namespace_Svc::Identity;
-  EXPECT_EQ(cli_->NamespaceInfo(std::make_shared<const NsId>(NsId{"", "fleet"}))->children.size(),
-            3u);
 }
 
 }  // namespace
