@@ -15,7 +15,6 @@ using namespace Ostra::Provider::Metadata;
 using Ostra::Provider::Metadata::Authentication::JsonMetadataParser;
 namespace Binding = Com::Corvane::Ostra::Metadata::Authentication;
 using SchemeType = Binding::AuthenticationInfoEnumerations::SchemeType;
-using OstraTest::Expected;
 
 struct Load {
   bool ok = false;
@@ -49,7 +48,7 @@ const std::string kSchemes =
 
 TEST(AuthenticationParser, LoadsTheBundledExample) {
   const Load load = LoadText(OstraTest::ExampleText("authentication.json"));
-  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  ASSERT_TRUE(load.ok) << OstraTest::Brief(load.messages);
   EXPECT_EQ(load.order,
             (std::vector<std::string>{"com.larkspur.fleet.product", "com.larkspur.fleet"}));
   // Schemes are shared, not copied; a session-less scheme ignores its session manager.
@@ -64,13 +63,12 @@ TEST(AuthenticationParser, LoadsTheBundledExample) {
 }
 
 TEST(AuthenticationParser, FaultsAndTheirMessages) {
-  struct Case {
+  const struct {
     const char* what;
     std::string text;
     bool ok;
-    const char* registered;  // the names, joined
-    std::string messages;    // see Brief
-  } const cases[] = {
+    const char *registered, *messages;  // the name registered; see Brief
+  } cases[] = {
       {"syntax", "{\"authentication\":", false, "",
        "ostra.metadata.authentication.parse.error 3 18"},
       {"no section", "{}", false, "", "missing authentication"},
@@ -118,7 +116,7 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
        "missing product; missing services; ostra.metadata.authentication.json.invalid.service.id "
        "s; missing packages"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const Load load = LoadText(c.text);
     EXPECT_EQ(load.ok, c.ok);
@@ -160,54 +158,41 @@ std::string Render(const Binding::ComponentInfo& component) {
 }
 
 TEST(AuthenticationParser, GroupingRules) {
-  const Expected noProduct{kMissingFieldId, {"product"}};
-  const Expected noServices{kMissingFieldId, {"services"}};
-  const Expected noPackages{kMissingFieldId, {"packages"}};
-  const Expected noOperations{kMissingFieldId, {"operations"}};
-  struct Case {
+  const struct {
     const char* what;
     std::string members;  // of the component, after its schemes
-    std::string rendered;
-    std::vector<Expected> messages;
-  } const cases[] = {
+    const char *rendered, *messages;
+  } cases[] = {
       {"the first operation of a name wins, in document order",
        R"("operations":{"p.s.get":["key"],"p.s.get":["token"],"p.s.put":["token","key"]},)"
        R"("services":{"p.s":[]},"packages":{"p":[]})",
-       "p[]{p.s[]{get[api_key] put[session,api_key]}}",
-       {noProduct}},
+       "p[]{p.s[]{get[api_key] put[session,api_key]}}", "missing product"},
       {"a service listed twice: the first takes the operations and stays",
        R"("operations":{"p.s.get":["key"]},"services":{"p.s":["token"],"p.s":["key"]})",
-       "p[]{p.s[session]{get[api_key]}}",
-       {noProduct, noPackages}},
+       "p[]{p.s[session]{get[api_key]}}", "missing product; missing packages"},
       {"a listed service takes its operations; the others make services of their own",
        R"("operations":{"p.t.b":[],"p.s.a":["key"]},"services":{"p.s":["key"]},)"
        R"("packages":{"p":["token"]})",
-       "p[session]{p.s[api_key]{a[api_key]} p.t[]{b[]}}",
-       {noProduct}},
+       "p[session]{p.s[api_key]{a[api_key]} p.t[]{b[]}}", "missing product"},
       // "a.s" < "m" < "z.s": the services are made in that order, and the dotless "m" ends it.
       {"left-over operations make services in ascending order up to the first invalid id",
-       R"("operations":{"z.s.o":["key"],"m.o":[],"a.s.o":["token"]})",
-       "a[]{a.s[]{o[session]}}",
-       {noProduct,
-        noServices,
-        {"ostra.metadata.authentication.json.invalid.service.id", {"m"}},
-        noPackages}},
+       R"("operations":{"z.s.o":["key"],"m.o":[],"a.s.o":["token"]})", "a[]{a.s[]{o[session]}}",
+       "missing product; missing services; "
+       "ostra.metadata.authentication.json.invalid.service.id m; missing packages"},
       {"a package listed twice: the later replaces the earlier, whose services are lost",
-       R"("services":{"p.s":["key"]},"packages":{"p":["key"],"p":["token"]})",
-       "p[session]{}",
-       {noProduct, noOperations}},
+       R"("services":{"p.s":["key"]},"packages":{"p":["key"],"p":["token"]})", "p[session]{}",
+       "missing product; missing operations"},
       {"services of unlisted packages make packages without schemes, in key order",
        R"("services":{"x.y.s":["key"],"b.s":[]},"packages":{"q":[]})",
-       "b[]{b.s[]{}} q[]{} x.y[]{x.y.s[api_key]{}}",
-       {noProduct, noOperations}},
+       "b[]{b.s[]{}} q[]{} x.y[]{x.y.s[api_key]{}}", "missing product; missing operations"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const Load load = LoadText(Component(kSchemes + "," + c.members));
     EXPECT_TRUE(load.ok);
     ASSERT_EQ(load.order, std::vector<std::string>{"c"});
     EXPECT_EQ(Render(*load.components.at("c")), c.rendered);
-    EXPECT_MESSAGES(load.messages, c.messages);
+    EXPECT_EQ(OstraTest::Brief(load.messages), c.messages);
   }
 
   using Parts = std::pair<std::string_view, std::string_view>;
