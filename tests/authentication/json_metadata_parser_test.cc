@@ -132,29 +132,25 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
 // Packages, services and operations as "package[schemes]{service[schemes]{operation[schemes]}}",
 // each map in key order.
 std::string Render(const Binding::ComponentInfo& component) {
-  const auto schemes = [](const Binding::SchemeList& list) {
-    std::string text;
+  std::string text;
+  const auto add = [&text](const std::string& name, const Binding::SchemeList& list,
+                           const char* open) {
+    text += (text.empty() || text.back() == '{' ? "" : " ") + name + "[";
     for (const auto& scheme : list)
-      text += (text.empty() ? "" : ",") + scheme->scheme;
-    return "[" + text + "]";
+      text += (text.back() == '[' ? "" : ",") + scheme->scheme;
+    text += std::string("]") + open;
   };
-  const auto each = [](const auto& map, const auto& render) {
-    std::string text;
-    for (const auto& entry : map)
-      text += (text.empty() ? "" : " ") + entry.first + render(*entry.second);
-    return text;
-  };
-  return each(component.packages, [&](const auto& package) {
-    return schemes(package.schemes) + "{" +
-           each(package.services,
-                [&](const auto& service) {
-                  return schemes(service.schemes) + "{" +
-                         each(service.operations,
-                              [&](const auto& op) { return schemes(op.schemes); }) +
-                         "}";
-                }) +
-           "}";
-  });
+  for (const auto& [name, package] : component.packages) {
+    add(name, package->schemes, "{");
+    for (const auto& [id, service] : package->services) {
+      add(id, service->schemes, "{");
+      for (const auto& [op, info] : service->operations)
+        add(op, info->schemes, "");
+      text += "}";
+    }
+    text += "}";
+  }
+  return text;
 }
 
 TEST(AuthenticationParser, GroupingRules) {

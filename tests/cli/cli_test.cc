@@ -77,17 +77,17 @@ TEST(CliParser, LoadsTheBundledExample) {
   EXPECT_EQ(load.namespaces.size(), 5u);
   ASSERT_FALSE(load.commands.empty());
   const auto& plan = *load.commands[5];
-  EXPECT_EQ(plan.identity->path, "fleet.routes");
-  EXPECT_EQ(plan.identity->name, "plan");
-  EXPECT_EQ(plan.operation_id, "plan");
+  EXPECT_EQ(plan.identity->path + " " + plan.identity->name + " " + plan.operation_id,
+            "fleet.routes plan plan");
   EXPECT_TRUE(plan.formatter == FormatterType(FormatterType::JSON));
   ASSERT_EQ(plan.options.size(), 3u);
   EXPECT_EQ(plan.options.front()->short_option, std::string("v"));
   EXPECT_EQ(plan.options.back()->short_option, boost::none);
   EXPECT_EQ(plan.options.back()->generic, GenericType(GenericType::OPTIONAL));
   ASSERT_EQ(plan.output_field_list.size(), 2u);
-  EXPECT_EQ(plan.output_field_list.back()->structure_id, "com.larkspur.fleet.routes.Stop");
-  EXPECT_EQ(plan.output_field_list.back()->output_fields.back()->display_name, "Window");
+  const auto& stop = *plan.output_field_list.back();
+  EXPECT_EQ(stop.structure_id + " " + stop.output_fields.back()->display_name,
+            "com.larkspur.fleet.routes.Stop Window");
 }
 
 // Every fault ends the load at once with its messages; nothing after it is registered. How
@@ -160,16 +160,13 @@ TEST(CliParser, UnknownFormatterAndGenericTextsAreKeptWithoutFault) {
   const auto& command = *load.commands.at(0);
   ASSERT_TRUE(command.formatter);
   EXPECT_TRUE(command.formatter->IsUnknown());
-  EXPECT_EQ(command.formatter->GetOrdinal(), 6u);
-  EXPECT_EQ(command.formatter->GetText(), "YAML");
-  std::vector<GenericType> generics;
+  EXPECT_EQ(std::to_string(command.formatter->GetOrdinal()) + command.formatter->GetText(),
+            "6YAML");
+  // An empty text is the first value; an unknown one is numbered past the known ones.
+  std::string generics;
   for (const auto& option : command.options)
-    generics.push_back(option->generic);
-  ASSERT_EQ(generics.size(), 3u);
-  EXPECT_EQ(generics[0], GenericType(GenericType::NONE));  // an empty text is the first value
-  EXPECT_EQ(generics[1], GenericType(GenericType::OPTIONAL_LIST));
-  EXPECT_EQ(generics[2].GetOrdinal(), 5u);
-  EXPECT_EQ(generics[2].GetText(), "MAYBE");
+    generics += std::to_string(option->generic.GetOrdinal()) + option->generic.GetText() + " ";
+  EXPECT_EQ(generics, "0NONE 3OPTIONAL_LIST 5MAYBE ");
   EXPECT_TRUE(command.output_field_list.empty());
 
   // Without "formatter" the command has none.
@@ -184,26 +181,29 @@ std::shared_ptr<const NsIdentity> Ns(const std::string& path, const std::string&
   return std::make_shared<const NsIdentity>(NsIdentity{path, name});
 }
 
-// Identities as "path/name", for comparing lists.
+// Identities as "path/name ...".
 template <class List>
-std::vector<std::string> Names(const List& ids) {
-  std::vector<std::string> names;
+std::string Names(const List& ids) {
+  std::string names;
   for (const auto& id : ids)
-    names.push_back(id->path + "/" + id->name);
+    names += (names.empty() ? "" : " ") + id->path + "/" + id->name;
   return names;
 }
+// A namespace record as "description: its children".
+template <class Info>
+std::string Said(const Info& info) {
+  return info.description + ": " + Names(info.children);
+}
 
+// The nodes registered with a source, namespaces first.
 Impl::SourceData Index(const std::vector<std::string>& nodes) {
-  auto spec = OstraTest::FileSpec<Spec>("unused");
-  Impl::SourceData source(spec);
-  Messages messages;
-  std::istringstream in(Doc(nodes));
-  const bool ok =
-      MetadataParser::LoadMetadata(in,
-                                   {[&](const auto& info) { source.RegisterNsNode(info); },
-                                    [&](const auto& info) { source.RegisterCmdNode(info); }},
-                                   messages);
-  EXPECT_TRUE(ok);
+  Impl::SourceData source(OstraTest::FileSpec<Spec>("unused"));
+  const Load load = LoadText(Doc(nodes));
+  EXPECT_TRUE(load.ok);
+  for (const auto& info : load.namespaces)
+    source.RegisterNsNode(info);
+  for (const auto& info : load.commands)
+    source.RegisterCmdNode(info);
   return source;
 }
 
@@ -211,25 +211,20 @@ TEST(CliSourceData, AncestorsAreMadeUpToTheRootWhichListsItself) {
   EXPECT_EQ(Names(std::vector<Impl::NamespaceId>{Impl::SourceData::Str2NsId("a.b.c"),
                                                  Impl::SourceData::Str2NsId("a"),
                                                  Impl::SourceData::Str2NsId("")}),
-            (std::vector<std::string>{"a.b/c", "/a", "/"}));
+            "a.b/c /a /");
 
   const auto source =
       Index({NsNode("storage", "disk", "Disks"), NsNode("", "net", "Network"),
              NsNode("storage", "tape", "Tapes"), NsNode("storage", "disk", "Disks again"),
              CmdNode("storage", "mount")});
-  std::vector<std::string> all;
+  std::vector<Impl::NamespaceId> all;
   for (const auto& entry : source.namespaces)
-    all.push_back(entry.first->path + "/" + entry.first->name);
-  EXPECT_EQ(all,
-            (std::vector<std::string>{"/", "/net", "/storage", "storage/disk", "storage/tape"}));
-
-  const auto& root = *source.namespaces.at(Ns("", ""));
-  EXPECT_EQ(root.description, "Root namespace");
+    all.push_back(entry.first);
+  EXPECT_EQ(Names(all), "/ /net /storage storage/disk storage/tape");
   // First-registration order, no duplicates; the root follows the namespace that created it.
-  EXPECT_EQ(Names(root.children), (std::vector<std::string>{"/storage", "/", "/net"}));
-  const auto& storage = *source.namespaces.at(Ns("", "storage"));
-  EXPECT_EQ(storage.description, "storage namespace");
-  EXPECT_EQ(Names(storage.children), (std::vector<std::string>{"storage/disk", "storage/tape"}));
+  EXPECT_EQ(Said(*source.namespaces.at(Ns("", ""))), "Root namespace: /storage / /net");
+  EXPECT_EQ(Said(*source.namespaces.at(Ns("", "storage"))),
+            "storage namespace: storage/disk storage/tape");
   EXPECT_EQ(source.namespaces.at(Ns("storage", "disk"))->description, "Disks again");
   EXPECT_EQ(source.commands.size(), 1u);
 }
@@ -244,32 +239,24 @@ TEST(CliSourceData, TheLongerDescriptionWinsAndTheLaterOnATie) {
       Index({NsNode("x", "n", "ab"), NsNode("", "x", "longer text"), NsNode("x", "n", "cd")});
   EXPECT_EQ(source.namespaces.at(Ns("x", "n"))->description, "cd");
   // A declared namespace replaces the made-up description but keeps its children.
-  EXPECT_EQ(source.namespaces.at(Ns("", "x"))->description, "longer text");
-  EXPECT_EQ(Names(source.namespaces.at(Ns("", "x"))->children), std::vector<std::string>{"x/n"});
+  EXPECT_EQ(Said(*source.namespaces.at(Ns("", "x"))), "longer text: x/n");
 }
 
 TEST_F(CliStoreTest, NamespacesAreMergedAcrossSources) {
-  const std::string textB = Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
-                                 CmdNode("storage", "mount"), CmdNode("storage.disk", "format"),
-                                 NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")});
-  const std::string textA = Doc({NsNode("storage", "tape", "A tapes"), NsNode("", "leaf", "A leaf"),
-                                 CmdNode("storage", "mount")});
-  Add("b", textB);
-  Add("a", textA);
+  Add("b", Doc({NsNode("storage", "disk", "B disks"), NsNode("", "b", "B"),
+                CmdNode("storage", "mount"), CmdNode("storage.disk", "format"),
+                NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")}));
+  Add("a", Doc({NsNode("storage", "tape", "A tapes"), NsNode("", "leaf", "A leaf"),
+                CmdNode("storage", "mount")}));
 
   EXPECT_EQ(Names(store_->ListNamespaces()),
-            (std::vector<std::string>{"/", "/b", "/leaf", "/storage", "leaf/x", "storage/disk",
-                                      "storage/tape"}));
+            "/ /b /leaf /storage leaf/x storage/disk storage/tape");
   const auto storage = store_->NamespaceInfo(Ns("", "storage"));
   ASSERT_NE(storage, nullptr);
-  EXPECT_EQ(storage->description, "storage namespace");
-  EXPECT_EQ(Names(storage->children), (std::vector<std::string>{"storage/disk", "storage/tape"}));
-  const auto root = store_->NamespaceInfo(Ns("", ""));
-  EXPECT_EQ(Names(root->children), (std::vector<std::string>{"/", "/b", "/leaf", "/storage"}));
+  EXPECT_EQ(Said(*storage), "storage namespace: storage/disk storage/tape");
+  EXPECT_EQ(Said(*store_->NamespaceInfo(Ns("", ""))), "Root namespace: / /b /leaf /storage");
   // The description comes from the last source met before any children were collected.
-  const auto leaf = store_->NamespaceInfo(Ns("", "leaf"));
-  EXPECT_EQ(leaf->description, "B leaf");
-  EXPECT_EQ(Names(leaf->children), std::vector<std::string>{"leaf/x"});
+  EXPECT_EQ(Said(*store_->NamespaceInfo(Ns("", "leaf"))), "B leaf: leaf/x");
   // The answer is a new record: the sources' own lists are untouched.
   EXPECT_EQ(store_->NamespaceInfo(Ns("", "storage"))->children.size(), 2u);
   EXPECT_EQ(store_->NamespaceInfo(Ns("", "zz")), nullptr);

@@ -17,13 +17,8 @@ namespace {
 using namespace Ostra::Data;
 
 TEST(DataJson, TextRoundTripsThroughValues) {
-  const char* const texts[] = {
-      R"({"a":1,"b":[true,false,null],"c":{"d":"x\u0000y"},"e":-2.5})",
-      R"([])",
-      R"("plain")",
-      R"(9223372036854775807)",
-  };
-  for (const char* text : texts) {
+  for (const char* text : {R"({"a":1,"b":[true,false,null],"c":{"d":"x\u0000y"},"e":-2.5})", "[]",
+                           R"("plain")", "9223372036854775807"}) {
     SCOPED_TRACE(text);
     const ValuePtr value = FromJson(text);
     ASSERT_NE(value, nullptr);

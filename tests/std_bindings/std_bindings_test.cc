@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <list>
 #include <memory>
 #include <stdexcept>
@@ -69,11 +70,10 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
         std::make_shared<AsyncActivation>(),
         [&](const ValuePtr& value, const std::shared_ptr<const ErrorValue>& error) {
           ++calls;
-          if (value && value->GetType() == Ostra::Data::ValueType::kVoid) {
-            answer = "(void)";
-          } else if (value) {
-            answer = Ostra::Data::ToJson(*value);
-          }
+          if (value)
+            answer = value->GetType() == Ostra::Data::ValueType::kVoid
+                         ? "(void)"
+                         : Ostra::Data::ToJson(*value);
           if (error) {
             const auto messages = ErrorFactory::GetMessages(*error);
             answer += std::string(Errors::ErrorType::Strings::values[Errors::KindOf(*error)]) +
@@ -109,29 +109,27 @@ using Messages = std::list<BaseMessage>;
 
 TEST(ErrorFactory, EachKindCarriesItsNameTypeAndMessagesInOrder) {
   const struct {
-    const char* name;
     std::shared_ptr<const ErrorValue> (*make)(Messages);
     Errors::ErrorType::Value type;
-    const char* text;
+    std::string text;  // the type's, lower-cased in the name
   } kinds[] = {
-      {"not_found", &ErrorFactory::GetError<Errors::NotFound>, Errors::ErrorType::NOT_FOUND,
-       "NOT_FOUND"},
-      {"already_exists", &ErrorFactory::GetError<Errors::AlreadyExists>,
-       Errors::ErrorType::ALREADY_EXISTS, "ALREADY_EXISTS"},
-      {"invalid_argument", &ErrorFactory::GetError<Errors::InvalidArgument>,
-       Errors::ErrorType::INVALID_ARGUMENT, "INVALID_ARGUMENT"},
-      {"unsupported", &ErrorFactory::GetError<Errors::Unsupported>, Errors::ErrorType::UNSUPPORTED,
-       "UNSUPPORTED"},
+      {&ErrorFactory::GetError<Errors::NotFound>, Errors::ErrorType::NOT_FOUND, "NOT_FOUND"},
+      {&ErrorFactory::GetError<Errors::AlreadyExists>, Errors::ErrorType::ALREADY_EXISTS,
+       "ALREADY_EXISTS"},
+      {&ErrorFactory::GetError<Errors::InvalidArgument>, Errors::ErrorType::INVALID_ARGUMENT,
+       "INVALID_ARGUMENT"},
+      {&ErrorFactory::GetError<Errors::Unsupported>, Errors::ErrorType::UNSUPPORTED, "UNSUPPORTED"},
   };
   const Messages messages = {BaseMessage("first.id", "First: a", {"a"}),
                              BaseMessage("second.id", "Second: b then c", {"b", "c"}),
                              BaseMessage("third.id", "", {})};
   for (const auto& kind : kinds) {
-    SCOPED_TRACE(kind.name);
+    SCOPED_TRACE(kind.text);
     const auto error = kind.make(messages);
-    EXPECT_EQ(error->GetName(), std::string("com.corvane.ostra.std.errors.") + kind.name);
-    EXPECT_EQ(Ostra::Data::ToJson(*error->GetField("error_type")),
-              std::string("\"") + kind.text + "\"");
+    std::string name = kind.text;
+    std::transform(name.begin(), name.end(), name.begin(), ::tolower);
+    EXPECT_EQ(error->GetName(), "com.corvane.ostra.std.errors." + name);
+    EXPECT_EQ(Ostra::Data::ToJson(*error->GetField("error_type")), "\"" + kind.text + "\"");
     EXPECT_EQ(error->GetFieldNames(), (std::vector<std::string>{"messages", "data", "error_type"}));
     EXPECT_EQ(Errors::KindOf(*error), kind.type);
     EXPECT_EQ(ErrorFactory::GetMessages(*error), messages);
