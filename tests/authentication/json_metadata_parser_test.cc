@@ -63,66 +63,55 @@ TEST(AuthenticationParser, LoadsTheBundledExample) {
 }
 
 TEST(AuthenticationParser, FaultsAndTheirMessages) {
+  const std::string id = "ostra.metadata.authentication.json.";
   const struct {
-    const char* what;
-    std::string text;
-    bool ok;
-    const char *registered, *messages;  // the name registered; see Brief
+    std::string text, answer;  // "true|false registered: messages" (see Brief)
   } cases[] = {
-      {"syntax", "{\"authentication\":", false, "",
-       "ostra.metadata.authentication.parse.error 3 18"},
-      {"no section", "{}", false, "", "missing authentication"},
-      {"neither product nor component", R"({"authentication":{}})", true, "",
-       "missing product; missing component"},
-      {"failed product, good component",
-       R"({"authentication":{"product":{"schemes":{}},"component":{"name":"c"}}})", true, "c",
-       "missing name; missing schemes; missing operations; missing services; missing packages"},
-      {"component not an object", R"({"authentication":{"product":{"name":"p"},"component":7}})",
-       true, "p",
-       "missing schemes; missing operations; missing services; missing packages; invalid "
+      {"{\"authentication\":", "false : ostra.metadata.authentication.parse.error 3 18"},
+      {"{}", "false : missing authentication"},
+      {R"({"authentication":{}})", "true : missing product; missing component"},
+      {R"({"authentication":{"product":{"schemes":{}},"component":{"name":"c"}}})",
+       "true c: missing name; missing schemes; missing operations; missing services; missing "
+       "packages"},
+      {R"({"authentication":{"product":{"name":"p"},"component":7}})",
+       "true p: missing schemes; missing operations; missing services; missing packages; invalid "
        "component"},
       // The document fails only when both members are present and fail.
-      {"both fail", R"({"authentication":{"product":{},"component":{"name":1}}})", false, "",
-       "missing name; invalid name"},
-      // Both members present and failing, the component at its packages: the document fails.
-      {"packages not an object",
-       R"({"authentication":{"product":{},"component":{"name":"c",)" + kSchemes +
+      {R"({"authentication":{"product":{},"component":{"name":1}}})",
+       "false : missing name; invalid name"},
+      {R"({"authentication":{"product":{},"component":{"name":"c",)" + kSchemes +
            R"(,"packages":["key"]}}})",
-       false, "", "missing name; missing operations; missing services; invalid packages"},
+       "false : missing name; missing operations; missing services; invalid packages"},
       // From here on "product" is absent, which counts as read: the answer is true although the
       // component fails and is not registered.
-      {"scheme list that is a string", Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
-       true, "", "missing product; invalid packages"},
-      {"scheme list holding a number", Component(kSchemes + R"(,"services":{"p.s":[1]})"), true, "",
-       "missing product; missing operations; invalid packages"},
-      {"unknown scheme", Component(kSchemes + R"(,"packages":{"p":["key","nope"]})"), true, "",
-       "missing product; missing operations; missing services; "
-       "ostra.metadata.authentication.json.unknown.schema.name id"},
-      {"session-aware scheme without a manager",
-       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"SESSION_AWARE"}})"), true,
-       "", "missing product; missing sessionManager"},
-      {"unknown scheme type",
-       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"kerberos"}})"), true, "",
-       "missing product; enum type"},
-      {"operation id without a dot", Component(kSchemes + R"(,"operations":{"op":[]})"), true, "",
-       "missing product; ostra.metadata.authentication.json.invalid.operation.id op"},
-      {"service id ending in a dot", Component(kSchemes + R"(,"services":{"p.":[]})"), true, "",
-       "missing product; missing operations; ostra.metadata.authentication.json.invalid.service.id "
-       "p."},
+      {Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
+       "true : missing product; invalid packages"},
+      {Component(kSchemes + R"(,"services":{"p.s":[1]})"),
+       "true : missing product; missing operations; invalid packages"},
+      {Component(kSchemes + R"(,"packages":{"p":["key","nope"]})"),
+       "true : missing product; missing operations; missing services; " + id +
+           "unknown.schema.name id"},
+      {Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"SESSION_AWARE"}})"),
+       "true : missing product; missing sessionManager"},
+      {Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"kerberos"}})"),
+       "true : missing product; enum type"},
+      {Component(kSchemes + R"(,"operations":{"op":[]})"),
+       "true : missing product; " + id + "invalid.operation.id op"},
+      {Component(kSchemes + R"(,"services":{"p.":[]})"),
+       "true : missing product; missing operations; " + id + "invalid.service.id p."},
       // A single-dot operation gives a dotless service id: that service cannot be made, the
       // component is still registered without it.
-      {"dotless service of an operation", Component(kSchemes + R"(,"operations":{"s.o":[]})"), true,
-       "c",
-       "missing product; missing services; ostra.metadata.authentication.json.invalid.service.id "
-       "s; missing packages"},
+      {Component(kSchemes + R"(,"operations":{"s.o":[]})"),
+       "true c: missing product; missing services; " + id +
+           "invalid.service.id s; missing packages"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
     const Load load = LoadText(c.text);
-    EXPECT_EQ(load.ok, c.ok);
-    EXPECT_EQ(load.order.empty() ? "" : load.order.front(), c.registered);
+    EXPECT_EQ((load.ok ? "true " : "false ") + (load.order.empty() ? "" : load.order.front()) +
+                  ": " + OstraTest::Brief(load.messages),
+              c.answer)
+        << c.text;
     EXPECT_LE(load.order.size(), 1u);
-    EXPECT_EQ(OstraTest::Brief(load.messages), c.messages);
   }
   EXPECT_EQ(Ostra::Provider::Metadata::MetadataMessage::DefaultMessageForId(
                 "ostra.metadata.authentication.json.invalid.service.id"),

@@ -99,40 +99,32 @@ TEST(CliParser, FaultsEndTheLoadWithTheirMessages) {
   const std::string fields = options + R"("output_field_list":[{"structure_id":"s",)";
   const std::string invalid = std::string(kCliInvalid) + " ";
   const struct {
-    const char* what;
     std::string text, messages;  // see Brief
   } cases[] = {
-      {"syntax", R"({"cli":[)", "ostra.metadata.cli.parse.error 3 8"},
-      {"no cli member", R"({"commands":[]})", "missing cli"},
+      {R"({"cli":[)", "ostra.metadata.cli.parse.error 3 8"},
+      {R"({"commands":[]})", "missing cli"},
       // An object where the array belongs: the Cli id, which the catalogue does not know.
-      {"cli not an array", R"({"cli":{}})", invalid + "cli"},
-      {"namespace without a name", node(R"("type":"namespace","path":"","description":"x")"),
-       "missing name"},
-      {"command without a name", node(R"("type":"command","path":"","description":"x")"),
-       "missing name"},
-      {"command without metadata", node(R"("type":"command",)" + named), "missing node_metadata"},
+      {R"({"cli":{}})", invalid + "cli"},
+      {node(R"("type":"namespace","path":"","description":"x")"), "missing name"},
+      {node(R"("type":"command","path":"","description":"x")"), "missing name"},
+      {node(R"("type":"command",)" + named), "missing node_metadata"},
       // A "node_metadata" that is no object is reported under "path".
-      {"metadata not an object", node(R"("type":"command",)" + named + R"(,"node_metadata":[])"),
-       invalid + "path"},
-      {"no operation id",
-       node(R"("type":"command",)" + named + R"(,"node_metadata":{"service_id":"s"})"),
+      {node(R"("type":"command",)" + named + R"(,"node_metadata":[])"), invalid + "path"},
+      {node(R"("type":"command",)" + named + R"(,"node_metadata":{"service_id":"s"})"),
        "missing operation_id"},
-      {"formatter not a text", Command(R"("formatter":5)"), invalid + "formatter"},
+      {Command(R"("formatter":5)"), invalid + "formatter"},
       // Absent optional members before the fault leave their missing-field messages first.
-      {"option entry", Command(R"("options":[)" + Option("none") + R"(,{"long_option":1}])"),
+      {Command(R"("options":[)" + Option("none") + R"(,{"long_option":1}])"),
        "missing formatter; missing short_option; " + invalid + "long_option"},
-      {"option not an object", Command(R"("formatter":"table","options":["x"])"),
-       invalid + "options_entry"},
+      {Command(R"("formatter":"table","options":["x"])"), invalid + "options_entry"},
       // Output entries share the option entries' argument; their fields have their own.
-      {"output entry", Command(R"("formatter":"table","output_field_list":[3])"),
+      {Command(R"("formatter":"table","output_field_list":[3])"),
        "missing options; " + invalid + "options_entry"},
-      {"output field", Command(fields + R"("output_fields":[{"field_name":"f"}]}])"),
-       "missing display_name"},
-      {"output field not an object", Command(fields + R"("output_fields":[null]}])"),
-       invalid + "output_fields"},
+      {Command(fields + R"("output_fields":[{"field_name":"f"}]}])"), "missing display_name"},
+      {Command(fields + R"("output_fields":[null]}])"), invalid + "output_fields"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(c.text);
     const Load load = LoadText(c.text);
     EXPECT_FALSE(load.ok);
     EXPECT_TRUE(load.namespaces.empty() && load.commands.empty());

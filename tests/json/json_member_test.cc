@@ -51,43 +51,32 @@ TEST(JsonMember, ReadersOnPresentAbsentAndMistypedMembers) {
   std::map<std::string, std::string> map;
   const auto yes = [](const JsonValue&, auto&&...) { return true; };
   const auto named = [](const JsonValue&, auto&&...) { return std::make_shared<Named>(); };
-  using Read = std::function<bool(const char*)>;
   const struct {
-    const char* what;
     const char* good;  // the member of the right type
-    Read read;
+    std::function<bool(const char*)> read;
     const char* answers;  // on the good member, an absent one and the null one
   } cases[] = {
-      {"Text", "s", [&](const char* n) { return reader.Text(doc, n, text); }, "+--"},
-      {"TextRef", "s", [&](const char* n) { return reader.TextRef(doc, n, ref); }, "+--"},
-      {"OptText", "s", [&](const char* n) { return reader.OptText(doc, n, optional); }, "++-"},
-      {"Enumerated", "e", [&](const char* n) { return reader.Enumerated(doc, n, formatter); },
+      {"s", [&](auto n) { return reader.Text(doc, n, text); }, "+--"},
+      {"s", [&](auto n) { return reader.TextRef(doc, n, ref); }, "+--"},
+      {"s", [&](auto n) { return reader.OptText(doc, n, optional); }, "++-"},
+      {"e", [&](auto n) { return reader.Enumerated(doc, n, formatter); }, "+--"},
+      {"o", [&](auto n) { return reader.Object(doc, n, yes); }, "+--"},
+      {"o", [&](auto n) { return reader.OptObject(doc, n, yes); }, "++-"},
+      {"a", [&](auto n) { return reader.Array(doc, n, list, named); }, "+--"},
+      {"a", [&](auto n) { return reader.OptArray(doc, n, list, named); }, "++-"},
+      {"s", [&](auto n) { return !!JsonMember<std::string>(doc, n, messages); }, "+--"},
+      {"s", [&](auto n) { return !!JsonOptMember<decltype(optional)>(doc, n, messages); }, "++-"},
+      {"o",
+       [&](auto n) { return !!JsonObjectMember<std::shared_ptr<Named>>(doc, n, named, messages); },
        "+--"},
-      {"Object", "o", [&](const char* n) { return reader.Object(doc, n, yes); }, "+--"},
-      {"OptObject", "o", [&](const char* n) { return reader.OptObject(doc, n, yes); }, "++-"},
-      {"Array", "a", [&](const char* n) { return reader.Array(doc, n, list, named); }, "+--"},
-      {"OptArray", "a", [&](const char* n) { return reader.OptArray(doc, n, list, named); }, "++-"},
-      {"JsonMember", "s",
-       [&](const char* n) { return !!JsonMember<std::string>(doc, n, messages); }, "+--"},
-      {"JsonOptMember", "s",
-       [&](const char* n) { return !!JsonOptMember<decltype(optional)>(doc, n, messages); }, "++-"},
-      {"JsonObjectMember", "o",
-       [&](const char* n) {
-         return !!JsonObjectMember<std::shared_ptr<Named>>(doc, n, named, messages);
-       },
-       "+--"},
-      {"JsonObjectMember<void>", "o",
-       [&](const char* n) { return !!JsonObjectMember<void>(doc, n, yes, messages); }, "+--"},
-      {"JsonOptObjectMember", "o",
-       [&](const char* n) { return !!JsonOptObjectMember<decltype(map)>(doc, n, yes, messages); },
+      {"o", [&](auto n) { return !!JsonObjectMember<void>(doc, n, yes, messages); }, "+--"},
+      {"o", [&](auto n) { return !!JsonOptObjectMember<decltype(map)>(doc, n, yes, messages); },
        "++-"},
-      {"JsonArrayMember", "a",
-       [&](const char* n) { return !!JsonArrayMember<List>(doc, n, named, messages); }, "+--"},
-      {"JsonOptArrayMember", "a",
-       [&](const char* n) { return !!JsonOptArrayMember<List>(doc, n, named, messages); }, "++-"},
+      {"a", [&](auto n) { return !!JsonArrayMember<List>(doc, n, named, messages); }, "+--"},
+      {"a", [&](auto n) { return !!JsonOptArrayMember<List>(doc, n, named, messages); }, "++-"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(&c - cases);  // the row
     messages.clear();
     std::string answers;
     for (const char* name : {c.good, "absent", "n"})

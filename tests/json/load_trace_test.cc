@@ -113,8 +113,7 @@ TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
 TEST(LoadTrace, LocatesRepeatedNamesByPositionAndMissesForeignValues) {
   JsonDocument document;
   document.Parse(R"({"a":[1,{"b":2,"b":3}],"":{"~":4}})");
-  const auto& a = document["a"];
-  const auto& inner = a[1];
+  const auto& inner = document["a"][1];
   const JsonValue foreign(5);
   const auto places =
       LocateValues(document, {&(inner.MemberBegin() + 1)->value, &(inner.MemberBegin() + 1)->name,

@@ -38,8 +38,10 @@ inline std::string Field(
   return R"({"name":")" + name + R"(","documentation":"","metadata":)" + metadata + R"(,"type":)" +
          type + "}";
 }
-inline std::string Constant(const std::string& type, const std::string& value) {
-  return R"({"name":"K","documentation":"","type":)" + type + R"(,"value":)" + value + "}";
+inline std::string Constant(const std::string& type, const std::string& value,
+                            const std::string& name = "K") {
+  return R"({"name":")" + name + R"(","documentation":"","type":)" + type + R"(,"value":)" + value +
+         "}";
 }
 
 // A service with the given operations (each an operation record).

@@ -76,39 +76,33 @@ TEST(MetamodelParser, MalformedDocumentsEndWithTheirMessage) {
     return Doc(Package("p", Structure("s", "", "{}", "STRUCTURE", Constant(type, value))));
   };
   const struct {
-    const char* what;
     std::string text, messages;  // see Brief
   } cases[] = {
-      {"syntax", "{\"metamodel\": [}", "ostra.metadata.metamodel.parse.error 3 15"},
-      {"no root member", "{}", "missing metamodel"},
-      {"missing metadata",
-       R"({"metamodel":{"component":{"name":"c","documentation":"","packages":[]}}})",
+      {"{\"metamodel\": [}", "ostra.metadata.metamodel.parse.error 3 15"},
+      {"{}", "missing metamodel"},
+      {R"({"metamodel":{"component":{"name":"c","documentation":"","packages":[]}}})",
        "missing metadata"},
-      {"metadata entry not an object", Doc("", R"({"Resource":"x"})"), "invalid Resource"},
-      {"element of another type", Doc("", R"({"k":{"e":1}})"), "invalid ElementValue"},
-      {"element list with a number", Doc("", R"({"k":{"e":["a",1]}})"), "invalid value"},
-      {"unknown structure type", Doc(Package("p", Structure("s", "", "{}", "union"))), "enum type"},
-      {"unknown type category",
-       Doc(Package("p", Structure("s", Field("f", R"({"category":"weird"})")))), "enum category"},
-      {"map without a value type",
-       Doc(Package("p", Structure("s", Field("f", R"({"category":"GENERIC","generic_type":"map",
+      {Doc("", R"({"Resource":"x"})"), "invalid Resource"},
+      {Doc("", R"({"k":{"e":1}})"), "invalid ElementValue"},
+      {Doc("", R"({"k":{"e":["a",1]}})"), "invalid value"},
+      {Doc(Package("p", Structure("s", "", "{}", "union"))), "enum type"},
+      {Doc(Package("p", Structure("s", Field("f", R"({"category":"weird"})")))), "enum category"},
+      {Doc(Package("p", Structure("s", Field("f", R"({"category":"GENERIC","generic_type":"map",
            "map_key_type":{"category":"BUILTIN","primitive_type":"STRING"}})")))),
        "missing map_value_type"},
-      {"builtin type of a constant is not upper-cased",
-       constant(R"({"category":"PRIMITIVE","type":"string"})", "\"v\""), "enum type"},
-      {"constant type not an object", constant("\"STRING\"", "\"v\""), "invalid type"},
-      {"list constant whose value is not an array",
-       constant(R"({"category":"list","type":"STRING"})", "\"v\""), "invalid value"},
-      {"constant without documentation",
-       Doc(Package("p", Structure("s", "", "{}", "STRUCTURE",
+      // A constant's builtin type is not upper-cased.
+      {constant(R"({"category":"PRIMITIVE","type":"string"})", "\"v\""), "enum type"},
+      {constant("\"STRING\"", "\"v\""), "invalid type"},
+      {constant(R"({"category":"list","type":"STRING"})", "\"v\""), "invalid value"},
+      {Doc(Package("p", Structure("s", "", "{}", "STRUCTURE",
                                   R"({"name":"K","type":{"category":"PRIMITIVE","type":"STRING"},
                                       "value":"v"})"))),
        "missing documentation"},
-      {"non-string constant fails silently",
-       constant(R"({"category":"PRIMITIVE","type":"LONG"})", "7"), ""},
+      // A constant of a type without a string form fails without a message.
+      {constant(R"({"category":"PRIMITIVE","type":"LONG"})", "7"), ""},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(c.text);
     const Load load = LoadText(c.text);
     EXPECT_FALSE(load.ok);
     EXPECT_EQ(load.component, nullptr);
@@ -186,13 +180,11 @@ TEST(MetamodelParser, TypeReferencesAndTheirSharedRecords) {
 }
 
 TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
-  const std::string constant_b =
-      R"({"name":"B","documentation":"","type":{"category":"PRIMITIVE","type":"STRING"},"value":"1"})";
-  const std::string constant_a =
-      R"({"name":"A","documentation":"","type":{"category":"PRIMITIVE","type":"STRING"},"value":"2"})";
+  const std::string text = R"({"category":"PRIMITIVE","type":"STRING"})";
   const Load load = LoadText(Doc(
       Package("p", Structure("s", Field("b") + "," + Field("a"), R"({"k":{"e":"1"},"k":{"e":"2"}})",
-                             "error", constant_b + "," + constant_a)) +
+                             "error",
+                             Constant(text, R"("1")", "B") + "," + Constant(text, R"("2")", "A"))) +
       "," + Package("p", "", "", R"({"Resource":{"value":"dropped.but.reported"}})")));
   ASSERT_TRUE(load.ok) << OstraTest::Brief(load.messages);
   const auto& structure = OnlyStructure(load);

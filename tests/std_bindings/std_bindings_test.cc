@@ -143,11 +143,8 @@ TEST(ErrorFactory, BuiltStructureKeepsItsMessagesAndGetsItsType) {
   EXPECT_TRUE(ErrorFactory::GetMessages(*plain).empty());
 
   Errors::InvalidArgument invalid;
-  auto message = std::make_shared<Com::Corvane::Ostra::Std::LocalizableMessage>();
-  message->id = "kept.id";
-  message->default_message = "kept";
-  message->args = {"x"};
-  invalid.messages.push_back(message);
+  using Message = Com::Corvane::Ostra::Std::LocalizableMessage;
+  invalid.messages.push_back(std::make_shared<Message>(Message{"kept.id", "kept", {"x"}}));
   const auto built = ErrorFactory::GetError(invalid);
   EXPECT_EQ(ErrorFactory::GetMessages(*built), Messages{BaseMessage("kept.id", "kept", {"x"})});
   // The binding record converts to exactly what CastMessages builds.
