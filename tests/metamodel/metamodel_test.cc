@@ -209,12 +209,12 @@ TEST(MetamodelParser, ResourceAndModelHooks) {
                  R"({"Resource":{"value":)" + value + R"(},"ModelKey":{}})");
   };
   const std::string model = R"({"Model":{}})";
-  struct Case {
+  const struct {
     const char* what;
     std::string text;
     bool ok;
     std::vector<std::string> events;
-  } const cases[] = {
+  } cases[] = {
       {"resources of the component, then of the model's keys, then the models",
        Doc(Package("p", Structure("m", keyed("a", R"("r1")") + "," + keyed("b", R"("r2")"), model)),
            R"({"Resource":{"value":["r1","r2","r3"]}})"),
@@ -234,7 +234,7 @@ TEST(MetamodelParser, ResourceAndModelHooks) {
        false,
        {"resource r1", "model r1 m"}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const Load load = LoadText(c.text);
     EXPECT_EQ(load.ok, c.ok) << OstraTest::Brief(load.messages);

@@ -84,11 +84,9 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
   };
 
   // Inputs left out or of the wrong type: the Services test, over every bound service.
-  struct Case {
-    const char* operation;
-    const char* input;
-    const char* answer;  // the value as JSON, or the error's kind and first message id
-  } const cases[] = {
+  const struct {
+    const char *operation, *input, *answer;
+  } cases[] = {
       {"greet", R"({"name":"Ada"})", R"("Ada")"},
       {"greet", R"({"name":"Ada","title":"Dr","extra":1})", R"("Dr Ada")"},
       {"greet", R"({"name":""})", "NOT_FOUND greeter.empty"},
@@ -97,7 +95,7 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
       {"forget", "{}", "(void)"},
       {"count", "{}", "ERROR ostra.core.result.dropped"},
   };
-  for (const Case& c : cases)
+  for (const auto& c : cases)
     EXPECT_EQ(call(c.operation, c.input), std::string("1 ") + c.answer) << c.operation << c.input;
 
   // An exception of the implementation propagates, and the call is not completed.
