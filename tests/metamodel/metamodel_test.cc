@@ -210,32 +210,29 @@ TEST(MetamodelParser, ResourceAndModelHooks) {
   };
   const std::string model = R"({"Model":{}})";
   const struct {
-    const char* what;
     std::string text;
     bool ok;
     std::vector<std::string> events;
   } cases[] = {
-      {"resources of the component, then of the model's keys, then the models",
-       Doc(Package("p", Structure("m", keyed("a", R"("r1")") + "," + keyed("b", R"("r2")"), model)),
+      // The resources of the component, then of the model's keys, then the models.
+      {Doc(Package("p", Structure("m", keyed("a", R"("r1")") + "," + keyed("b", R"("r2")"), model)),
            R"({"Resource":{"value":["r1","r2","r3"]}})"),
        true,
        {"resource r1", "resource r2", "resource r3", "resource r1", "resource r2", "model r1 m",
         "model r2 m", "component comp"}},
       // The first resource-keyed field holds a list: no model at all; the later text is ignored.
-      {"first key a list",
-       Doc(Package(
+      {Doc(Package(
            "p", Structure("m", keyed("a", R"(["x","y"])") + "," + keyed("b", R"("r2")"), model))),
        true,
        {"resource x", "resource y", "resource r2", "component comp"}},
       // Hooks that fired before a later fault stay fired; the component does not.
-      {"later fault",
-       Doc(Package("p", Structure("m", keyed("a", R"("r1")"), model) + "," +
+      {Doc(Package("p", Structure("m", keyed("a", R"("r1")"), model) + "," +
                             Structure("bad", "", "{}", "?"))),
        false,
        {"resource r1", "model r1 m"}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+    SCOPED_TRACE(c.text);
     const Load load = LoadText(c.text);
     EXPECT_EQ(load.ok, c.ok) << OstraTest::Brief(load.messages);
     EXPECT_EQ(load.events, c.events);
