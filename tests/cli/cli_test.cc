@@ -240,6 +240,7 @@ TEST_F(CliStoreTest, NamespacesAreMergedAcrossSources) {
                 NsNode("", "leaf", "B leaf"), NsNode("leaf", "x", "X")}));
   Add("a", Doc({NsNode("storage", "tape", "A tapes"), NsNode("", "leaf", "A leaf"),
                 CmdNode("storage", "mount")}));
+  Add("c", Doc({NsNode("", "leaf", "C leaf")}));
 
   EXPECT_EQ(Names(store_->ListNamespaces()),
             "/ /b /leaf /storage leaf/x storage/disk storage/tape");
