@@ -1,41 +1,12 @@
-// Helpers for asserting exact message lists.
+// Message lists written out for exact comparison.
 #pragma once
 
 #include <list>
 #include <string>
-#include <vector>
 
 #include "ostra/core/base_message.h"
 
 namespace OstraTest {
-
-// One expected message: its id and its arguments (the text comes from the catalogue).
-struct Expected {
-  std::string id;
-  std::vector<std::string> args;
-};
-
-inline std::string Describe(const std::list<Ostra::BaseMessage>& messages) {
-  std::string text;
-  for (const auto& message : messages) {
-    text += message.GetId() + "(";
-    for (const auto& arg : message.GetArgs())
-      text += arg + ",";
-    text += ") ";
-  }
-  return text;
-}
-
-inline bool Matches(const std::list<Ostra::BaseMessage>& messages,
-                    const std::vector<Expected>& expected) {
-  if (messages.size() != expected.size()) return false;
-  auto it = messages.begin();
-  for (const auto& want : expected) {
-    if (it->GetId() != want.id || it->GetArgs() != want.args) return false;
-    ++it;
-  }
-  return true;
-}
 
 // Messages as "id args; ...", the JSON toolkit's ids shortened to "missing", "invalid" and "enum".
 inline std::string Brief(const std::list<Ostra::BaseMessage>& messages) {
@@ -54,6 +25,3 @@ inline std::string Brief(const std::list<Ostra::BaseMessage>& messages) {
 }
 
 }  // namespace OstraTest
-
-#define EXPECT_MESSAGES(messages, ...) \
-  EXPECT_TRUE(OstraTest::Matches(messages, __VA_ARGS__)) << OstraTest::Describe(messages)

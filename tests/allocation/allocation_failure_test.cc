@@ -31,12 +31,9 @@ std::atomic<long> live{0};
 std::atomic<bool> refused{false};
 
 void* Allocate(std::size_t size, bool nothrow) {
-  if (allowed.load() >= 0 && allowed.fetch_sub(1) == 0) {
-    refused = true;
-    if (nothrow) return nullptr;
-    throw std::bad_alloc();
-  }
-  void* p = std::malloc(size == 0 ? 1 : size);
+  const bool refuse = allowed.load() >= 0 && allowed.fetch_sub(1) == 0;
+  refused = refused || refuse;
+  void* p = refuse ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (p == nullptr) {
     if (nothrow) return nullptr;
     throw std::bad_alloc();
@@ -133,11 +130,6 @@ class AllocationTest : public TempFilesTest {
  protected:
   using Query = std::function<std::string(const Container&)>;
 
-  void SetUpFiles(const std::string& example) {
-    a_ = Write("a", ExampleText(example));
-    b_ = Write("b", ExampleText(example));
-  }
-
   // A fresh store holding "a", and the check that it still answers as it did then.
   std::function<void()> Fresh(const Query& query) {
     store_ = Container::GetInstance();
@@ -154,7 +146,11 @@ class AllocationTest : public TempFilesTest {
     return text + store_->SourceFingerprint(boost::none) + " " + query(*store_);
   }
 
-  void CreateReloadAndCall(const Query& query, const std::function<void()>& call) {
+  // Holding the domain's example in "a" and "b": creates "b", reloads, and runs `call`.
+  void CreateReloadAndCall(const std::string& example, const Query& query,
+                           const std::function<void()>& call) {
+    a_ = Write("a", ExampleText(example));
+    b_ = Write("b", ExampleText(example));
     const auto fresh = [&] { return Fresh(query); };
     const auto reset = [this] { store_.reset(); };
     const int create = FailEachAllocation(
@@ -168,24 +164,30 @@ class AllocationTest : public TempFilesTest {
     EXPECT_GT(service, 0);
   }
 
+  // Asks `service` for the record of `key`; the call must answer one.
+  template <class T, class Service, class Key>
+  void Get(const std::shared_ptr<Service>& service, const Key& key) {
+    Outcome<std::shared_ptr<const T>> outcome;
+    service->Get(key, activation_, outcome.Result());
+    ASSERT_TRUE(outcome.value && *outcome.value);
+  }
+
   std::shared_ptr<Container> store_;
   const std::shared_ptr<Ostra::Core::AsyncActivation> activation_ =
       std::make_shared<Ostra::Core::AsyncActivation>();
   std::string a_, b_;
 };
 
+namespace Binding = Com::Corvane::Ostra::Metadata;
 using MetamodelAllocation =
-    AllocationTest<Metamodel::MetadataContainer,
-                   Com::Corvane::Ostra::Metadata::Metamodel::SourceSvc::CreateSpec>;
-using AuthenticationAllocation =
-    AllocationTest<Authentication::MetadataContainer,
-                   Com::Corvane::Ostra::Metadata::Authentication::SourceSvc::CreateSpec>;
-using CliAllocation = AllocationTest<Cli::MetadataContainer,
-                                     Com::Corvane::Ostra::Metadata::Cli::SourceSvc::CreateSpec>;
+    AllocationTest<Metamodel::MetadataContainer, Binding::Metamodel::SourceSvc::CreateSpec>;
+using AuthenticationAllocation = AllocationTest<Authentication::MetadataContainer,
+                                                Binding::Authentication::SourceSvc::CreateSpec>;
+using CliAllocation = AllocationTest<Cli::MetadataContainer, Binding::Cli::SourceSvc::CreateSpec>;
 
 TEST_F(MetamodelAllocation, EveryFailureIsReportedAndChangesNothing) {
-  SetUpFiles("metamodel.json");
   CreateReloadAndCall(
+      "metamodel.json",
       [](const Metamodel::MetadataContainer& store) {
         std::string text;
         for (const auto& id : store.ListStructures())
@@ -193,17 +195,14 @@ TEST_F(MetamodelAllocation, EveryFailureIsReportedAndChangesNothing) {
         return text;
       },
       [this] {
-        Outcome<std::shared_ptr<const Com::Corvane::Ostra::Metadata::Metamodel::ComponentData>>
-            outcome;
-        Metamodel::ComponentSvc::AsyncServiceImpl::GetInstance(store_)->Get(
-            "com.larkspur.fleet", activation_, outcome.Result());
-        ASSERT_TRUE(outcome.value && *outcome.value);
+        Get<Binding::Metamodel::ComponentData>(
+            Metamodel::ComponentSvc::AsyncServiceImpl::GetInstance(store_), "com.larkspur.fleet");
       });
 }
 
 TEST_F(AuthenticationAllocation, EveryFailureIsReportedAndChangesNothing) {
-  SetUpFiles("authentication.json");
   CreateReloadAndCall(
+      "authentication.json",
       [](const Authentication::MetadataContainer& store) {
         std::string text;
         for (const auto& id : store.ListServices())
@@ -211,18 +210,16 @@ TEST_F(AuthenticationAllocation, EveryFailureIsReportedAndChangesNothing) {
         return text;
       },
       [this] {
-        Outcome<std::shared_ptr<const Com::Corvane::Ostra::Metadata::Authentication::ComponentData>>
-            outcome;
-        Authentication::ComponentSvc::AsyncServiceImpl::GetInstance(store_)->Get(
-            "com.larkspur.fleet", activation_, outcome.Result());
-        ASSERT_TRUE(outcome.value && *outcome.value);
+        Get<Binding::Authentication::ComponentData>(
+            Authentication::ComponentSvc::AsyncServiceImpl::GetInstance(store_),
+            "com.larkspur.fleet");
       });
 }
 
 TEST_F(CliAllocation, EveryFailureIsReportedAndChangesNothing) {
-  SetUpFiles("cli.json");
-  using Identity = Com::Corvane::Ostra::Metadata::Cli::Namespace_Svc::Identity;
+  using Identity = Binding::Cli::Namespace_Svc::Identity;
   CreateReloadAndCall(
+      "cli.json",
       [](const Cli::MetadataContainer& store) {
         std::string text;
         for (const auto& identity : store.ListNamespaces())
@@ -230,11 +227,9 @@ TEST_F(CliAllocation, EveryFailureIsReportedAndChangesNothing) {
         return text + store.NamespaceFingerprint() + " " + store.CommandFingerprint();
       },
       [this] {
-        Outcome<std::shared_ptr<const Com::Corvane::Ostra::Metadata::Cli::Namespace_Svc::Info>>
-            outcome;
-        Cli::Namespace_Svc::AsyncServiceImpl::GetInstance(store_)->Get(
-            std::make_shared<const Identity>(Identity{"", "fleet"}), activation_, outcome.Result());
-        ASSERT_TRUE(outcome.value && *outcome.value);
+        Get<Binding::Cli::Namespace_Svc::Info>(
+            Cli::Namespace_Svc::AsyncServiceImpl::GetInstance(store_),
+            std::make_shared<const Identity>(Identity{"", "fleet"}));
       });
 }
 

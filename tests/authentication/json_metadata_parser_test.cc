@@ -15,7 +15,6 @@ using namespace Ostra::Provider::Metadata;
 using Ostra::Provider::Metadata::Authentication::JsonMetadataParser;
 namespace Binding = Com::Corvane::Ostra::Metadata::Authentication;
 using SchemeType = Binding::AuthenticationInfoEnumerations::SchemeType;
-using OstraTest::Expected;
 
 struct Load {
   bool ok = false;
@@ -49,7 +48,7 @@ const std::string kSchemes =
 
 TEST(AuthenticationParser, LoadsTheBundledExample) {
   const Load load = LoadText(OstraTest::ExampleText("authentication.json"));
-  ASSERT_TRUE(load.ok) << OstraTest::Describe(load.messages);
+  ASSERT_TRUE(load.ok) << OstraTest::Brief(load.messages);
   EXPECT_EQ(load.order,
             (std::vector<std::string>{"com.larkspur.fleet.product", "com.larkspur.fleet"}));
   // Schemes are shared, not copied; a session-less scheme ignores its session manager.
@@ -64,67 +63,55 @@ TEST(AuthenticationParser, LoadsTheBundledExample) {
 }
 
 TEST(AuthenticationParser, FaultsAndTheirMessages) {
-  struct Case {
-    const char* what;
-    std::string text;
-    bool ok;
-    const char* registered;  // the names, joined
-    std::string messages;    // see Brief
-  } const cases[] = {
-      {"syntax", "{\"authentication\":", false, "",
-       "ostra.metadata.authentication.parse.error 3 18"},
-      {"no section", "{}", false, "", "missing authentication"},
-      {"neither product nor component", R"({"authentication":{}})", true, "",
-       "missing product; missing component"},
-      {"failed product, good component",
-       R"({"authentication":{"product":{"schemes":{}},"component":{"name":"c"}}})", true, "c",
-       "missing name; missing schemes; missing operations; missing services; missing packages"},
-      {"component not an object", R"({"authentication":{"product":{"name":"p"},"component":7}})",
-       true, "p",
-       "missing schemes; missing operations; missing services; missing packages; invalid "
+  const std::string id = "ostra.metadata.authentication.json.";
+  const struct {
+    std::string text, answer;  // "true|false registered: messages" (see Brief)
+  } cases[] = {
+      {"{\"authentication\":", "false : ostra.metadata.authentication.parse.error 3 18"},
+      {"{}", "false : missing authentication"},
+      {R"({"authentication":{}})", "true : missing product; missing component"},
+      {R"({"authentication":{"product":{"schemes":{}},"component":{"name":"c"}}})",
+       "true c: missing name; missing schemes; missing operations; missing services; missing "
+       "packages"},
+      {R"({"authentication":{"product":{"name":"p"},"component":7}})",
+       "true p: missing schemes; missing operations; missing services; missing packages; invalid "
        "component"},
       // The document fails only when both members are present and fail.
-      {"both fail", R"({"authentication":{"product":{},"component":{"name":1}}})", false, "",
-       "missing name; invalid name"},
-      // Both members present and failing, the component at its packages: the document fails.
-      {"packages not an object",
-       R"({"authentication":{"product":{},"component":{"name":"c",)" + kSchemes +
+      {R"({"authentication":{"product":{},"component":{"name":1}}})",
+       "false : missing name; invalid name"},
+      {R"({"authentication":{"product":{},"component":{"name":"c",)" + kSchemes +
            R"(,"packages":["key"]}}})",
-       false, "", "missing name; missing operations; missing services; invalid packages"},
+       "false : missing name; missing operations; missing services; invalid packages"},
       // From here on "product" is absent, which counts as read: the answer is true although the
       // component fails and is not registered.
-      {"scheme list that is a string", Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
-       true, "", "missing product; invalid packages"},
-      {"scheme list holding a number", Component(kSchemes + R"(,"services":{"p.s":[1]})"), true, "",
-       "missing product; missing operations; invalid packages"},
-      {"unknown scheme", Component(kSchemes + R"(,"packages":{"p":["key","nope"]})"), true, "",
-       "missing product; missing operations; missing services; "
-       "ostra.metadata.authentication.json.unknown.schema.name id"},
-      {"session-aware scheme without a manager",
-       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"SESSION_AWARE"}})"), true,
-       "", "missing product; missing sessionManager"},
-      {"unknown scheme type",
-       Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"kerberos"}})"), true, "",
-       "missing product; enum type"},
-      {"operation id without a dot", Component(kSchemes + R"(,"operations":{"op":[]})"), true, "",
-       "missing product; ostra.metadata.authentication.json.invalid.operation.id op"},
-      {"service id ending in a dot", Component(kSchemes + R"(,"services":{"p.":[]})"), true, "",
-       "missing product; missing operations; ostra.metadata.authentication.json.invalid.service.id "
-       "p."},
+      {Component(kSchemes + R"(,"operations":{"p.s.o":"key"})"),
+       "true : missing product; invalid packages"},
+      {Component(kSchemes + R"(,"services":{"p.s":[1]})"),
+       "true : missing product; missing operations; invalid packages"},
+      {Component(kSchemes + R"(,"packages":{"p":["key","nope"]})"),
+       "true : missing product; missing operations; missing services; " + id +
+           "unknown.schema.name id"},
+      {Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"SESSION_AWARE"}})"),
+       "true : missing product; missing sessionManager"},
+      {Component(R"("schemes":{"t":{"authenticationScheme":"s","type":"kerberos"}})"),
+       "true : missing product; enum type"},
+      {Component(kSchemes + R"(,"operations":{"op":[]})"),
+       "true : missing product; " + id + "invalid.operation.id op"},
+      {Component(kSchemes + R"(,"services":{"p.":[]})"),
+       "true : missing product; missing operations; " + id + "invalid.service.id p."},
       // A single-dot operation gives a dotless service id: that service cannot be made, the
       // component is still registered without it.
-      {"dotless service of an operation", Component(kSchemes + R"(,"operations":{"s.o":[]})"), true,
-       "c",
-       "missing product; missing services; ostra.metadata.authentication.json.invalid.service.id "
-       "s; missing packages"},
+      {Component(kSchemes + R"(,"operations":{"s.o":[]})"),
+       "true c: missing product; missing services; " + id +
+           "invalid.service.id s; missing packages"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& c : cases) {
     const Load load = LoadText(c.text);
-    EXPECT_EQ(load.ok, c.ok);
-    EXPECT_EQ(load.order.empty() ? "" : load.order.front(), c.registered);
+    EXPECT_EQ((load.ok ? "true " : "false ") + (load.order.empty() ? "" : load.order.front()) +
+                  ": " + OstraTest::Brief(load.messages),
+              c.answer)
+        << c.text;
     EXPECT_LE(load.order.size(), 1u);
-    EXPECT_EQ(OstraTest::Brief(load.messages), c.messages);
   }
   EXPECT_EQ(Ostra::Provider::Metadata::MetadataMessage::DefaultMessageForId(
                 "ostra.metadata.authentication.json.invalid.service.id"),
@@ -134,80 +121,63 @@ TEST(AuthenticationParser, FaultsAndTheirMessages) {
 // Packages, services and operations as "package[schemes]{service[schemes]{operation[schemes]}}",
 // each map in key order.
 std::string Render(const Binding::ComponentInfo& component) {
-  const auto schemes = [](const Binding::SchemeList& list) {
-    std::string text;
+  std::string text;
+  const auto add = [&text](const std::string& name, const Binding::SchemeList& list,
+                           const char* open) {
+    text += (text.empty() || text.back() == '{' ? "" : " ") + name + "[";
     for (const auto& scheme : list)
-      text += (text.empty() ? "" : ",") + scheme->scheme;
-    return "[" + text + "]";
+      text += (text.back() == '[' ? "" : ",") + scheme->scheme;
+    text += std::string("]") + open;
   };
-  const auto each = [](const auto& map, const auto& render) {
-    std::string text;
-    for (const auto& entry : map)
-      text += (text.empty() ? "" : " ") + entry.first + render(*entry.second);
-    return text;
-  };
-  return each(component.packages, [&](const auto& package) {
-    return schemes(package.schemes) + "{" +
-           each(package.services,
-                [&](const auto& service) {
-                  return schemes(service.schemes) + "{" +
-                         each(service.operations,
-                              [&](const auto& op) { return schemes(op.schemes); }) +
-                         "}";
-                }) +
-           "}";
-  });
+  for (const auto& [name, package] : component.packages) {
+    add(name, package->schemes, "{");
+    for (const auto& [id, service] : package->services) {
+      add(id, service->schemes, "{");
+      for (const auto& [op, info] : service->operations)
+        add(op, info->schemes, "");
+      text += "}";
+    }
+    text += "}";
+  }
+  return text;
 }
 
 TEST(AuthenticationParser, GroupingRules) {
-  const Expected noProduct{kMissingFieldId, {"product"}};
-  const Expected noServices{kMissingFieldId, {"services"}};
-  const Expected noPackages{kMissingFieldId, {"packages"}};
-  const Expected noOperations{kMissingFieldId, {"operations"}};
-  struct Case {
+  const struct {
     const char* what;
     std::string members;  // of the component, after its schemes
-    std::string rendered;
-    std::vector<Expected> messages;
-  } const cases[] = {
+    const char *rendered, *messages;
+  } cases[] = {
       {"the first operation of a name wins, in document order",
        R"("operations":{"p.s.get":["key"],"p.s.get":["token"],"p.s.put":["token","key"]},)"
        R"("services":{"p.s":[]},"packages":{"p":[]})",
-       "p[]{p.s[]{get[api_key] put[session,api_key]}}",
-       {noProduct}},
+       "p[]{p.s[]{get[api_key] put[session,api_key]}}", "missing product"},
       {"a service listed twice: the first takes the operations and stays",
        R"("operations":{"p.s.get":["key"]},"services":{"p.s":["token"],"p.s":["key"]})",
-       "p[]{p.s[session]{get[api_key]}}",
-       {noProduct, noPackages}},
+       "p[]{p.s[session]{get[api_key]}}", "missing product; missing packages"},
       {"a listed service takes its operations; the others make services of their own",
        R"("operations":{"p.t.b":[],"p.s.a":["key"]},"services":{"p.s":["key"]},)"
        R"("packages":{"p":["token"]})",
-       "p[session]{p.s[api_key]{a[api_key]} p.t[]{b[]}}",
-       {noProduct}},
+       "p[session]{p.s[api_key]{a[api_key]} p.t[]{b[]}}", "missing product"},
       // "a.s" < "m" < "z.s": the services are made in that order, and the dotless "m" ends it.
       {"left-over operations make services in ascending order up to the first invalid id",
-       R"("operations":{"z.s.o":["key"],"m.o":[],"a.s.o":["token"]})",
-       "a[]{a.s[]{o[session]}}",
-       {noProduct,
-        noServices,
-        {"ostra.metadata.authentication.json.invalid.service.id", {"m"}},
-        noPackages}},
+       R"("operations":{"z.s.o":["key"],"m.o":[],"a.s.o":["token"]})", "a[]{a.s[]{o[session]}}",
+       "missing product; missing services; "
+       "ostra.metadata.authentication.json.invalid.service.id m; missing packages"},
       {"a package listed twice: the later replaces the earlier, whose services are lost",
-       R"("services":{"p.s":["key"]},"packages":{"p":["key"],"p":["token"]})",
-       "p[session]{}",
-       {noProduct, noOperations}},
+       R"("services":{"p.s":["key"]},"packages":{"p":["key"],"p":["token"]})", "p[session]{}",
+       "missing product; missing operations"},
       {"services of unlisted packages make packages without schemes, in key order",
        R"("services":{"x.y.s":["key"],"b.s":[]},"packages":{"q":[]})",
-       "b[]{b.s[]{}} q[]{} x.y[]{x.y.s[api_key]{}}",
-       {noProduct, noOperations}},
+       "b[]{b.s[]{}} q[]{} x.y[]{x.y.s[api_key]{}}", "missing product; missing operations"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     const Load load = LoadText(Component(kSchemes + "," + c.members));
     EXPECT_TRUE(load.ok);
     ASSERT_EQ(load.order, std::vector<std::string>{"c"});
     EXPECT_EQ(Render(*load.components.at("c")), c.rendered);
-    EXPECT_MESSAGES(load.messages, c.messages);
+    EXPECT_EQ(OstraTest::Brief(load.messages), c.messages);
   }
 
   using Parts = std::pair<std::string_view, std::string_view>;

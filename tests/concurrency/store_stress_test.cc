@@ -42,9 +42,7 @@ struct MetamodelDomain {
   static void Query(const std::shared_ptr<Container>& store) {
     for (const auto& name : store->ListComponents()) {
       const auto data = store->ComponentInfo(name);
-      if (data) {
-        EXPECT_EQ(data->info->name, name);
-      }
+      EXPECT_TRUE(!data || data->info->name == name) << name;
     }
     const auto resources = store->ListResources();  // empty before the first create
     EXPECT_TRUE(resources.empty() || resources == std::set<std::string>{"R"});
@@ -91,9 +89,7 @@ struct CliDomain {
       store->NamespaceInfo(id);
     const auto fleet =
         store->NamespaceInfo(std::make_shared<const Identity>(Identity{"", "fleet"}));
-    if (fleet) {
-      EXPECT_FALSE(fleet->children.empty());
-    }
+    EXPECT_TRUE(!fleet || !fleet->children.empty());
     store->NamespaceFingerprint();
     Cli::Namespace_Svc::AsyncServiceImpl::GetInstance(store)->List(
         nullptr,
@@ -143,9 +139,8 @@ TYPED_TEST(Churn, ConcurrentSourceOperationsLoseNothing) {
   reloader.join();
   querier.join();
   std::list<std::string> expected;
-  for (int round = 0; round < kRounds; ++round) {
+  for (int round = 0; round < kRounds; ++round)
     if (round % 4 >= 2) expected.push_back("s" + std::to_string(round));
-  }
   expected.sort();
   EXPECT_EQ(store->ListSources(), expected);
   for (const auto& id : expected) {

@@ -87,11 +87,10 @@ TEST(LoadTrace, PlacesTheFaultThatStoppedALoad) {
        "ostra.metadata.authentication.json.invalid.operation.id", true},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.text);
     const Traced traced = Load(c.text);
-    EXPECT_EQ(traced.pointer, c.pointer);
-    EXPECT_EQ(traced.id, c.id);
-    EXPECT_EQ(traced.loaded, c.loaded);
+    EXPECT_EQ(traced.pointer + " " + traced.id + (traced.loaded ? " loaded" : ""),
+              c.pointer + " " + c.id + (c.loaded ? " loaded" : ""))
+        << c.text;
   }
 }
 
@@ -114,22 +113,17 @@ TEST(LoadTrace, RecordsOnlyWhileItLivesAndTheInnermostAlone) {
 TEST(LoadTrace, LocatesRepeatedNamesByPositionAndMissesForeignValues) {
   JsonDocument document;
   document.Parse(R"({"a":[1,{"b":2,"b":3}],"":{"~":4}})");
-  const auto& a = document["a"];
-  const auto& inner = a[1];
+  const auto& inner = document["a"][1];
   const JsonValue foreign(5);
   const auto places =
       LocateValues(document, {&(inner.MemberBegin() + 1)->value, &(inner.MemberBegin() + 1)->name,
                               &document[""]["~"], &document, &foreign, nullptr});
-  EXPECT_EQ(places[0].pointer, "/a/1/b");
+  std::string found;
+  for (const auto& place : places)
+    found += (place.found ? place.pointer : "?") + (place.name ? "@ " : " ");
+  EXPECT_EQ(found, "/a/1/b /a/1/b@ //~0  ? ? ");
   EXPECT_EQ(places[0].steps, (std::vector<std::size_t>{0, 1, 1}));
-  EXPECT_FALSE(places[0].name);
-  EXPECT_TRUE(places[1].name);
   EXPECT_EQ(places[1].steps, places[0].steps);
-  EXPECT_EQ(places[2].pointer, "//~0");
-  EXPECT_TRUE(places[3].found);
-  EXPECT_EQ(places[3].pointer, "");
-  EXPECT_FALSE(places[4].found);
-  EXPECT_FALSE(places[5].found);
 }
 
 }  // namespace

@@ -6,9 +6,14 @@
 namespace OstraTest {
 namespace MetamodelDocs {
 
+// A component with a name of its own and the given packages.
+inline std::string NamedDoc(const std::string& component, const std::string& packages,
+                            const std::string& metadata = "{}") {
+  return R"({"metamodel":{"component":{"name":")" + component +
+         R"(","documentation":"d","metadata":)" + metadata + R"(,"packages":[)" + packages + "]}}}";
+}
 inline std::string Doc(const std::string& packages, const std::string& metadata = "{}") {
-  return R"({"metamodel":{"component":{"name":"comp","documentation":"d","metadata":)" + metadata +
-         R"(,"packages":[)" + packages + "]}}}";
+  return NamedDoc("comp", packages, metadata);
 }
 inline std::string Package(const std::string& name, const std::string& structures = "",
                            const std::string& services = "", const std::string& metadata = "{}",
@@ -33,8 +38,10 @@ inline std::string Field(
   return R"({"name":")" + name + R"(","documentation":"","metadata":)" + metadata + R"(,"type":)" +
          type + "}";
 }
-inline std::string Constant(const std::string& type, const std::string& value) {
-  return R"({"name":"K","documentation":"","type":)" + type + R"(,"value":)" + value + "}";
+inline std::string Constant(const std::string& type, const std::string& value,
+                            const std::string& name = "K") {
+  return R"({"name":")" + name + R"(","documentation":"","type":)" + type + R"(,"value":)" + value +
+         "}";
 }
 
 // A service with the given operations (each an operation record).
@@ -53,12 +60,5 @@ inline std::string Operation(const std::string& name) {
 inline std::string Enumeration(const std::string& name) {
   return R"({"name":")" + name + R"(","documentation":"","metadata":{},"values":[]})";
 }
-// A component with a name of its own and the given packages.
-inline std::string NamedDoc(const std::string& component, const std::string& packages,
-                            const std::string& metadata = "{}") {
-  return R"({"metamodel":{"component":{"name":")" + component +
-         R"(","documentation":"d","metadata":)" + metadata + R"(,"packages":[)" + packages + "]}}}";
-}
-
 }  // namespace MetamodelDocs
 }  // namespace OstraTest

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <list>
 #include <memory>
 #include <stdexcept>
@@ -69,11 +70,10 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
         std::make_shared<AsyncActivation>(),
         [&](const ValuePtr& value, const std::shared_ptr<const ErrorValue>& error) {
           ++calls;
-          if (value && value->GetType() == Ostra::Data::ValueType::kVoid) {
-            answer = "(void)";
-          } else if (value) {
-            answer = Ostra::Data::ToJson(*value);
-          }
+          if (value)
+            answer = value->GetType() == Ostra::Data::ValueType::kVoid
+                         ? "(void)"
+                         : Ostra::Data::ToJson(*value);
           if (error) {
             const auto messages = ErrorFactory::GetMessages(*error);
             answer += std::string(Errors::ErrorType::Strings::values[Errors::KindOf(*error)]) +
@@ -84,11 +84,9 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
   };
 
   // Inputs left out or of the wrong type: the Services test, over every bound service.
-  struct Case {
-    const char* operation;
-    const char* input;
-    const char* answer;  // the value as JSON, or the error's kind and first message id
-  } const cases[] = {
+  const struct {
+    const char *operation, *input, *answer;
+  } cases[] = {
       {"greet", R"({"name":"Ada"})", R"("Ada")"},
       {"greet", R"({"name":"Ada","title":"Dr","extra":1})", R"("Dr Ada")"},
       {"greet", R"({"name":""})", "NOT_FOUND greeter.empty"},
@@ -97,7 +95,7 @@ TEST(ServiceBinding, DescribesItselfAndConvertsInputsAndResults) {
       {"forget", "{}", "(void)"},
       {"count", "{}", "ERROR ostra.core.result.dropped"},
   };
-  for (const Case& c : cases)
+  for (const auto& c : cases)
     EXPECT_EQ(call(c.operation, c.input), std::string("1 ") + c.answer) << c.operation << c.input;
 
   // An exception of the implementation propagates, and the call is not completed.
@@ -109,29 +107,27 @@ using Messages = std::list<BaseMessage>;
 
 TEST(ErrorFactory, EachKindCarriesItsNameTypeAndMessagesInOrder) {
   const struct {
-    const char* name;
     std::shared_ptr<const ErrorValue> (*make)(Messages);
     Errors::ErrorType::Value type;
-    const char* text;
+    std::string text;  // the type's, lower-cased in the name
   } kinds[] = {
-      {"not_found", &ErrorFactory::GetError<Errors::NotFound>, Errors::ErrorType::NOT_FOUND,
-       "NOT_FOUND"},
-      {"already_exists", &ErrorFactory::GetError<Errors::AlreadyExists>,
-       Errors::ErrorType::ALREADY_EXISTS, "ALREADY_EXISTS"},
-      {"invalid_argument", &ErrorFactory::GetError<Errors::InvalidArgument>,
-       Errors::ErrorType::INVALID_ARGUMENT, "INVALID_ARGUMENT"},
-      {"unsupported", &ErrorFactory::GetError<Errors::Unsupported>, Errors::ErrorType::UNSUPPORTED,
-       "UNSUPPORTED"},
+      {&ErrorFactory::GetError<Errors::NotFound>, Errors::ErrorType::NOT_FOUND, "NOT_FOUND"},
+      {&ErrorFactory::GetError<Errors::AlreadyExists>, Errors::ErrorType::ALREADY_EXISTS,
+       "ALREADY_EXISTS"},
+      {&ErrorFactory::GetError<Errors::InvalidArgument>, Errors::ErrorType::INVALID_ARGUMENT,
+       "INVALID_ARGUMENT"},
+      {&ErrorFactory::GetError<Errors::Unsupported>, Errors::ErrorType::UNSUPPORTED, "UNSUPPORTED"},
   };
   const Messages messages = {BaseMessage("first.id", "First: a", {"a"}),
                              BaseMessage("second.id", "Second: b then c", {"b", "c"}),
                              BaseMessage("third.id", "", {})};
   for (const auto& kind : kinds) {
-    SCOPED_TRACE(kind.name);
+    SCOPED_TRACE(kind.text);
     const auto error = kind.make(messages);
-    EXPECT_EQ(error->GetName(), std::string("com.corvane.ostra.std.errors.") + kind.name);
-    EXPECT_EQ(Ostra::Data::ToJson(*error->GetField("error_type")),
-              std::string("\"") + kind.text + "\"");
+    std::string name = kind.text;
+    std::transform(name.begin(), name.end(), name.begin(), ::tolower);
+    EXPECT_EQ(error->GetName(), "com.corvane.ostra.std.errors." + name);
+    EXPECT_EQ(Ostra::Data::ToJson(*error->GetField("error_type")), "\"" + kind.text + "\"");
     EXPECT_EQ(error->GetFieldNames(), (std::vector<std::string>{"messages", "data", "error_type"}));
     EXPECT_EQ(Errors::KindOf(*error), kind.type);
     EXPECT_EQ(ErrorFactory::GetMessages(*error), messages);
@@ -145,11 +141,8 @@ TEST(ErrorFactory, BuiltStructureKeepsItsMessagesAndGetsItsType) {
   EXPECT_TRUE(ErrorFactory::GetMessages(*plain).empty());
 
   Errors::InvalidArgument invalid;
-  auto message = std::make_shared<Com::Corvane::Ostra::Std::LocalizableMessage>();
-  message->id = "kept.id";
-  message->default_message = "kept";
-  message->args = {"x"};
-  invalid.messages.push_back(message);
+  using Message = Com::Corvane::Ostra::Std::LocalizableMessage;
+  invalid.messages.push_back(std::make_shared<Message>(Message{"kept.id", "kept", {"x"}}));
   const auto built = ErrorFactory::GetError(invalid);
   EXPECT_EQ(ErrorFactory::GetMessages(*built), Messages{BaseMessage("kept.id", "kept", {"x"})});
   // The binding record converts to exactly what CastMessages builds.
