@@ -1,4 +1,5 @@
-// Temporary source files, and a store of a domain to load them into.
+// What the library tests share: temporary source files, a store of a domain to load them into,
+// message lists written out for exact comparison, and the outcome of an asynchronous call.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,10 +7,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <list>
 #include <memory>
 #include <sstream>
 #include <string>
 
+#include <boost/optional.hpp>
+
+#include "ostra/core/async_result.h"
+#include "ostra/core/base_message.h"
 #include "ostra/core/crc32.h"
 #include "ostra/core/error_factory.h"
 #include "ostra/metamodel/json_metadata_container.h"
@@ -101,5 +107,41 @@ class StoreTest : public TempFilesTest {
 
 using MetamodelStoreTest = StoreTest<Ostra::Provider::Metadata::Metamodel::MetadataContainer,
                                      MetamodelBinding::SourceSvc::CreateSpec>;
+
+// Messages as "id args; ...", the JSON toolkit's ids shortened to "missing", "invalid" and "enum".
+inline std::string Brief(const std::list<Ostra::BaseMessage>& messages) {
+  std::string text;
+  for (const auto& message : messages) {
+    const std::string& id = message.GetId();
+    text += (text.empty() ? "" : "; ") +
+            (id == "ostra.metadata.json.missing.field"        ? std::string("missing")
+             : id == "ostra.metadata.json.invalid.field"      ? std::string("invalid")
+             : id == "ostra.metadata.json.invalid.enum.value" ? std::string("enum")
+                                                              : id);
+    for (const auto& arg : message.GetArgs())
+      text += " " + arg;
+  }
+  return text;
+}
+
+// How an adapter completed an asynchronous result: not at all, with a value, or with an error.
+template <class T>
+struct Outcome {
+  int calls = 0;
+  boost::optional<T> value;
+  std::shared_ptr<const Ostra::Data::ErrorValue> error;
+
+  Ostra::AsyncResult<T> Result() {
+    return Ostra::AsyncResult<T>(
+        [this](const boost::optional<T>& v, const std::shared_ptr<const Ostra::Data::ErrorValue>& e,
+               const std::shared_ptr<const Ostra::Data::NativeError>&, const Ostra::Progress&) {
+          ++calls;
+          value = v;
+          error = e;
+        });
+  }
+  // The only message of the error, "id: args", or a note that there is none.
+  std::string Error() const { return error ? OnlyMessage(*error) : "(no error)"; }
+};
 
 }  // namespace OstraTest

@@ -18,7 +18,6 @@
 #include "ostra/cli/services.h"
 #include "ostra/metamodel/json_metadata_container.h"
 #include "ostra/metamodel/services.h"
-#include "test_outcome.h"
 #include "test_store.h"
 
 namespace {

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "test_messages.h"
 #include "test_store.h"
 
 namespace {

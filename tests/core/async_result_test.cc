@@ -4,7 +4,7 @@
 
 #include <boost/optional/optional_io.hpp>
 
-#include "test_outcome.h"
+#include "test_store.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "ostra/std_bindings/cli.h"
-#include "test_messages.h"
+#include "test_store.h"
 
 namespace {
 

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "metamodel/documents.h"
-#include "test_messages.h"
 #include "test_store.h"
 
 namespace {

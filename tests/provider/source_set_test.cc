@@ -9,8 +9,6 @@
 
 #include "metamodel/documents.h"
 #include "ostra/metadata_services.h"
-#include "test_messages.h"
-#include "test_outcome.h"
 #include "test_store.h"
 
 namespace {
