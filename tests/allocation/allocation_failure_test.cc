@@ -6,10 +6,8 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <new>
-#include <sstream>
 #include <string>
 
 #include "ostra/authentication/json_metadata_container.h"

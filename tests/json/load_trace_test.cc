@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 
 #include "metamodel/documents.h"
 #include "ostra/metadata_services.h"

@@ -23,7 +23,6 @@
 #include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include <rapidjson/istreamwrapper.h>
 
