@@ -57,9 +57,8 @@ std::vector<std::string> CollidingKeys(std::size_t count) {
 
 TEST(ViewMap, GroupsByIdentifierAndSortsWhatIsLeft) {
   // More than the longest probe the map allows under the fast hash.
-  const std::vector<std::string> colliding = CollidingKeys(100);
-  std::vector<std::string> keys = {"b", "a", "", "ab"};
-  keys.insert(keys.end(), colliding.begin(), colliding.end());
+  std::vector<std::string> keys = CollidingKeys(100);
+  keys.insert(keys.begin(), {"b", "a", "", "ab"});
 
   ViewMap<std::vector<int>> map;
   for (std::size_t i = 0; i < keys.size(); ++i) {
