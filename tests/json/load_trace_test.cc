@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-
 #include "metamodel/documents.h"
 #include "ostra/metadata_services.h"
 #include "test_store.h"
