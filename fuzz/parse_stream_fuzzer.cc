@@ -1,9 +1,13 @@
 // ParseStream over arbitrary bytes, checked against rapidjson's own recursive parse of the same
 // bytes: the same outcome within the nesting limit, and a stop at the limit only where the
-// document really nests deeper. ParseSource over the bytes trickling through a pipe gives the same.
+// document really nests deeper. ParseSource over the bytes trickling through a pipe, and
+// ParseSourceFile over them in a file, give the same.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <sstream>
 #include <streambuf>
 #include <string>
@@ -93,6 +97,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       read->document->GetErrorOffset() != document.GetErrorOffset() ||
       read->fingerprint != (document.HasParseError() ? "" : parsed->fingerprint) ||
       (!document.HasParseError() && Text(*read->document) != Text(document))) {
+    __builtin_trap();
+  }
+
+  // A source file, read in one piece and parsed in place: the same again.
+  static const struct TempFile {
+    std::string path = "/tmp/ostra-parse-stream-fuzzer-" + std::to_string(getpid());
+    ~TempFile() { unlink(path.c_str()); }
+  } temp;
+  std::ofstream(temp.path, std::ios::binary | std::ios::trunc) << text;
+  const auto file = Ostra::Provider::Metadata::ParseSourceFile(temp.path);
+  if (!file || file->document->GetParseError() != document.GetParseError() ||
+      file->document->GetErrorOffset() != document.GetErrorOffset() ||
+      file->fingerprint != read->fingerprint ||
+      (!document.HasParseError() && Text(*file->document) != Text(document))) {
     __builtin_trap();
   }
 

@@ -1,6 +1,13 @@
 #include "ostra/provider/parsed_metadata.h"
 
+#include <fcntl.h>
 #include <rapidjson/reader.h>
+#include <rapidjson/stream.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <ext/stdio_filebuf.h>
+
+#include <cerrno>
 
 #include <algorithm>
 #include <cstdint>
@@ -194,14 +201,16 @@ class NestingLimit {
 // Parses `input` into `document` with the strict default flags, giving the error codes and offsets
 // of rapidjson's recursive reader. Its iterative reader keeps nesting off the call stack; the
 // nesting limit bounds the memory a deep document can take.
-void ParseLimited(BlockStream& input, JsonDocument& document) {
+template <unsigned kExtraFlags = 0, class Input>
+void ParseLimited(Input& input, JsonDocument& document) {
   rapidjson::ParseResult result;
   auto parse = [&input, &result](JsonDocument& target) {
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator>
         reader;
     NestingLimit handler(target);
-    result = reader.Parse<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag>(input,
-                                                                                          handler);
+    result =
+        reader.Parse<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag | kExtraFlags>(
+            input, handler);
     return !result.IsError();
   };
   document.Populate(parse);
@@ -211,6 +220,34 @@ void ParseLimited(BlockStream& input, JsonDocument& document) {
     result.Set(rapidjson::kParseErrorValueInvalid, result.Offset());
   }
   document.*ParseResultOf() = result;
+}
+
+// Reads a source text block by block (see ParseSource).
+std::shared_ptr<ParsedMetadata> ParseBlocks(std::streambuf* source) {
+  auto parsed = std::make_shared<ParsedMetadata>();
+  parsed->document = std::make_unique<JsonDocument>();
+  CRC32 crc;
+  BlockStream text(source, &crc);
+  ParseLimited(text, *parsed->document);
+  if (parsed->document->HasParseError()) return parsed;
+  // A NUL byte ends the text for the parser as the end does; the fingerprint is of all of it.
+  text.Drain();
+  std::string fingerprint = crc.Hexdigest();
+  parsed->fingerprint.swap(fingerprint);
+  return parsed;
+}
+
+// Reads up to `size` bytes of `fd` into `into`, as far as the file goes; the count read. A read
+// error ends the text where it happened.
+std::size_t ReadUpTo(int fd, char* into, std::size_t size) {
+  std::size_t got = 0;
+  while (got < size) {
+    const ssize_t n = ::read(fd, into + got, size - got);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    got += static_cast<std::size_t>(n);
+  }
+  return got;
 }
 
 }  // namespace
@@ -246,14 +283,37 @@ std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, Messages&) {
 }
 
 std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in) {
+  return ParseBlocks(in.good() ? in.rdbuf() : nullptr);
+}
+
+std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  __gnu_cxx::stdio_filebuf<char> file(fd, std::ios::in | std::ios::binary);  // closes `fd`
+  struct stat status;
+  if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) return nullptr;
+  if (!S_ISREG(status.st_mode) || static_cast<std::size_t>(status.st_size) > kMaxWholeText) {
+    return ParseBlocks(&file);
+  }
+  // One byte more than the file holds tells whether it grew since it was looked at; a file that
+  // grows is read again from the start block by block, as a pipe is.
+  const std::size_t size = static_cast<std::size_t>(status.st_size);
+  auto text = std::make_unique<char[]>(size + 2);
+  const std::size_t got = ReadUpTo(fd, text.get(), size + 1);
+  if (got > size) {
+    if (::lseek(fd, 0, SEEK_SET) != 0) return nullptr;
+    return ParseBlocks(&file);
+  }
+  text[got] = '\0';
   auto parsed = std::make_shared<ParsedMetadata>();
   parsed->document = std::make_unique<JsonDocument>();
   CRC32 crc;
-  BlockStream text(in.good() ? in.rdbuf() : nullptr, &crc);
-  ParseLimited(text, *parsed->document);
+  crc.Update(text.get(), got);
+  // Parsed in place: strings are unescaped over the text, and the document points into it.
+  rapidjson::InsituStringStream input(text.get());
+  ParseLimited<rapidjson::kParseInsituFlag>(input, *parsed->document);
+  parsed->text = std::move(text);
   if (parsed->document->HasParseError()) return parsed;
-  // A NUL byte ends the text for the parser as the end does; the fingerprint is of all of it.
-  text.Drain();
   std::string fingerprint = crc.Hexdigest();
   parsed->fingerprint.swap(fingerprint);
   return parsed;

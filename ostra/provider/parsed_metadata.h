@@ -14,6 +14,9 @@ namespace Provider {
 namespace Metadata {
 
 struct ParsedMetadata {
+  // The text the tree was parsed from in place, when it was read in one piece: the tree's strings
+  // point into it. Null when the text was read block by block.
+  std::unique_ptr<char[]> text;
   // The parsed tree, or the parse failure it records (GetParseError(), GetErrorOffset()).
   std::unique_ptr<JsonDocument> document;
   // Hex CRC32 of every byte of the source text, white space included; also set when the parse
@@ -21,9 +24,11 @@ struct ParsedMetadata {
   std::string fingerprint;
 };
 
-// Metadata text is read in blocks of at most this many bytes; the parser and the fingerprint take
-// each block in turn, so that reading never holds more of the text than one block.
+// Metadata text from a stream is read in blocks of at most this many bytes; the parser and the
+// fingerprint take each block in turn, so that reading never holds more of the text than one block.
 constexpr std::size_t kReadBlock = 64 * 1024;
+// The largest source file read in one piece (see ParseSourceFile).
+constexpr std::size_t kMaxWholeText = 64 * 1024 * 1024;
 
 // Parses `in` from its position into `document` with the default (strict) flags; the outcome is
 // recorded in the document. Reading stops where the parse stops. A read error of the stream
@@ -45,6 +50,13 @@ std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, Messages& messages
 // text; it stays empty when the parse failed. A read error of the stream buffer ends the text
 // where it happened. Never returns null; throws only when memory is exhausted.
 std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in);
+
+// Reads the source file at `path` as ParseSource reads a stream. A regular file of at most
+// kMaxWholeText bytes is read in one piece and parsed in place, which is faster and copies no
+// strings (the result keeps the text); anything else (a pipe, a device, a larger file, a file that
+// grows while it is read) is read block by block. Null when the file cannot be opened or is a
+// directory.
+std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path);
 
 // The first member of `object` named `name` (compared as C strings), or object.MemberEnd(). The
 // caller guarantees that `object` is an object.

@@ -18,8 +18,6 @@
 // while files are read. Source indexes are immutable once stored.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
 #include <list>
 #include <map>
 #include <memory>
@@ -63,22 +61,15 @@ class SourceSet {
                                                 ErrorPtr& error) {
     if (!CheckSpec(spec, error) || !CheckFileType(*spec, error)) return nullptr;
     auto source = std::make_shared<SourceData>(spec);
-    // A spec without a path names no file that could be opened; nor does a directory, which
-    // the C library would open but not read.
-    std::ifstream file;
-    std::error_code notChecked;
-    if (spec->filepath && !std::filesystem::is_directory(*spec->filepath, notChecked)) {
-      file.open(*spec->filepath, std::ios::binary);
-    }
-    if (!file.is_open()) {
+    // A spec without a path names no file that could be opened; nor does a directory.
+    // The file is read once, parsed and fingerprinted from the same bytes; reading stops where
+    // the text stops being JSON, so a file that never ends cannot hold the load.
+    const auto parsed = spec->filepath ? ParseSourceFile(*spec->filepath) : nullptr;
+    if (!parsed) {
       error = MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(
           Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));
       return nullptr;
     }
-    // The file is read once, block by block, parsed and fingerprinted from the same bytes; reading
-    // stops where the text stops being JSON, so a file that never ends cannot hold the load.
-    const auto parsed = ParseSource(file);
-    file.close();
     Messages messages;
     if (!Domain::ParseDocument(*parsed->document, *source, messages)) {
       error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(

@@ -94,9 +94,10 @@ struct Reference {
   }
 };
 
-// ParseStream (from `start`, fingerprinted from 0) and ParseSource (through a stream that hands
-// out the text whole and through pipes that hand it out a few bytes at a time) give the
-// reference's outcome; ParseSource fingerprints a valid document whole.
+// ParseStream (from `start`, fingerprinted from 0), ParseSource (through a stream that hands out
+// the text whole and through pipes that hand it out a few bytes at a time) and ParseSourceFile
+// (the text in a file, parsed in place) give the reference's outcome; ParseSource and
+// ParseSourceFile fingerprint a valid document whole.
 void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
   std::istringstream referenceIn(text), fastIn(text);
   referenceIn.seekg(start);
@@ -118,6 +119,9 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
   if (start != 0) return;
   std::istringstream whole(text);
   check(*ParseSource(whole), "whole: ", true);
+  const std::string path = testing::TempDir() + "/same-as-reference.json";
+  std::ofstream(path, std::ios::binary) << text;
+  check(*ParseSourceFile(path), "file: ", true);
   for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{4096}}) {
     TestBuffer buffer(text, piece);
     std::istream pipe(&buffer);
@@ -174,6 +178,20 @@ TEST(ParseStream, UnseekableAndFailingStreamsNeverThrow) {
     EXPECT_EQ(parsed->document->GetErrorOffset(), offset);
     EXPECT_EQ(parsed->fingerprint, fingerprint);
   }
+}
+
+// A file that cannot be opened and a directory give no text; a file whose size the system does
+// not tell beforehand (it says 0) is read to its end all the same.
+TEST(ParseStream, SourceFilesOfEveryKind) {
+  EXPECT_EQ(ParseSourceFile(testing::TempDir() + "/no-such-file.json"), nullptr);
+  EXPECT_EQ(ParseSourceFile(testing::TempDir()), nullptr);
+  std::ifstream stat("/proc/self/stat");
+  std::string line;
+  std::getline(stat, line);  // "<pid> (<name>) ...": a number, then what is not JSON
+  const auto parsed = ParseSourceFile("/proc/self/stat");
+  ASSERT_NE(parsed, nullptr);
+  EXPECT_EQ(parsed->document->GetParseError(), rapidjson::kParseErrorDocumentRootNotSingular);
+  EXPECT_EQ(parsed->document->GetErrorOffset(), line.find('('));
 }
 
 TEST(JsonAccess, FindMemberTakesTheFirstAndValToStringKeepsNul) {

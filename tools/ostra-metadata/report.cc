@@ -80,9 +80,7 @@ boost::optional<std::string> ReadFile(const std::string& path) {
 }
 
 std::shared_ptr<Ostra::Provider::Metadata::ParsedMetadata> ParseFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return nullptr;
-  return Ostra::Provider::Metadata::ParseSource(file);
+  return Ostra::Provider::Metadata::ParseSourceFile(path);
 }
 
 }  // namespace OstraTool
