@@ -55,18 +55,31 @@ std::shared_ptr<MetadataContainer> MetadataContainer::GetInstance() {
   return std::make_shared<JsonMetadataContainer>();
 }
 
+namespace {
+
+JsonMetadataParser::RegisterCallbacks Register(SourceData& source) {
+  return {[&source](const auto& component) { source.RegisterComponentNode(component); },
+          [&source](const std::string& resource) { source.RegisterResoure(resource); },
+          [&source](const std::string& resource, const std::string& model) {
+            source.RegisterModel(resource, model);
+          }};
+}
+
+}  // namespace
+
 bool MetamodelSources::ParseDocument(const JsonDocument& document, SourceData& source,
                                      Messages& messages) {
-  const bool loaded = JsonMetadataParser::LoadMetadataFromDoc(
-      document,
-      {[&source](const auto& component) { source.RegisterComponentNode(component); },
-       [&source](const std::string& resource) { source.RegisterResoure(resource); },
-       [&source](const std::string& resource, const std::string& model) {
-         source.RegisterModel(resource, model);
-       }},
-      messages);
+  const bool loaded = JsonMetadataParser::LoadMetadataFromDoc(document, Register(source), messages);
   if (loaded) source.IndexComponents();
   return loaded;
+}
+
+std::shared_ptr<ParsedMetadata> MetamodelSources::ReadFile(const std::string& path,
+                                                           SourceData& source, Messages& messages,
+                                                           bool& loaded) {
+  auto parsed = JsonMetadataParser::LoadMetadataFile(path, Register(source), messages, loaded);
+  if (loaded) source.IndexComponents();
+  return parsed;
 }
 
 void MetamodelSources::Stamp(SourceData& source, const std::string& fingerprint) {

@@ -30,6 +30,9 @@ struct MetamodelSources {
     return source.spec;
   }
   static bool ParseDocument(const JsonDocument& document, SourceData& source, Messages& messages);
+  // Source files are read with their packages one at a time (LoadMetadataFile).
+  static std::shared_ptr<ParsedMetadata> ReadFile(const std::string& path, SourceData& source,
+                                                  Messages& messages, bool& loaded);
   static void Stamp(SourceData& source, const std::string& fingerprint);
   static const std::string& SourceFingerprint(const SourceData& source) {
     return source.fingerprint;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <list>
 #include <locale>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -189,6 +190,12 @@ class Reader : public RecordReader<Reader> {
         callbacks_(callbacks),
         ctype_(std::use_facet<std::ctype<char>>(locale_)) {}
 
+  // Packages read before the document, in document order, while the document streamed them (see
+  // LoadMetadataFile): they follow those of its (then empty) "packages" array.
+  void FollowWith(std::vector<std::shared_ptr<PackageInfo>> packages) {
+    streamed_ = std::move(packages);
+  }
+
   // The document: {"metamodel": {"component": {...}}}; the component is handed over once read.
   bool Document(const JsonValue& document) {
     std::shared_ptr<ComponentInfo> component;
@@ -206,9 +213,13 @@ class Reader : public RecordReader<Reader> {
                     Text(json, "documentation", component->documentation) &&
                     Metadata(json, component->metadata) &&
                     Array(json, "packages", component->packages, &Reader::Package);
-    return ok ? component : nullptr;
+    if (!ok) return nullptr;
+    for (auto& package : streamed_)
+      Detail::AddElement(component->packages, std::move(package));
+    return component;
   }
 
+ public:
   std::shared_ptr<PackageInfo> Package(const JsonValue& json) {
     auto package = std::make_shared<PackageInfo>();
     const bool ok = Text(json, "name", package->name) &&
@@ -220,6 +231,7 @@ class Reader : public RecordReader<Reader> {
     return ok ? package : nullptr;
   }
 
+ private:
   std::shared_ptr<ServiceInfo> Service(const JsonValue& json) {
     auto service = std::make_shared<ServiceInfo>();
     const bool ok = Text(json, "name", service->name) &&
@@ -589,13 +601,67 @@ class Reader : public RecordReader<Reader> {
   // Element maps by their content (see ElementMapOf), and the text of one being read.
   std::unordered_map<std::string, std::shared_ptr<const ElementMap>, KeyedTextHash> elementMaps_;
   std::string elementsKey_;
+  std::vector<std::shared_ptr<PackageInfo>> streamed_;
 };
+
+// The resource and model callbacks of a read, in order, kept until the read has succeeded: a
+// resource alone, or a (resource, model) pair.
+using Registrations = std::vector<std::pair<std::string, std::optional<std::string>>>;
 
 }  // namespace
 
 bool JsonMetadataParser::LoadMetadata(std::istream& in, const RegisterCallbacks& callbacks,
                                       Messages& messages) {
   return Reader::Read(in, kParseErrorId, callbacks, messages);
+}
+
+std::shared_ptr<ParsedMetadata> JsonMetadataParser::LoadMetadataFile(
+    const std::string& path, const RegisterCallbacks& callbacks, Messages& messages, bool& loaded) {
+  // The streamed read only ever succeeds: its callbacks and messages are held back, and a read
+  // that fails reads the file again whole, which gives the messages of an ordinary load.
+  // The packages report theirs while the file is read, the component when it is read after.
+  Registrations ofPackages, ofComponent;
+  Registrations* held = &ofPackages;
+  std::shared_ptr<ComponentInfo> component;
+  const RegisterCallbacks holding{
+      [&component](const std::shared_ptr<ComponentInfo>& read) { component = read; },
+      [&held](const std::string& resource) { held->emplace_back(resource, std::nullopt); },
+      [&held](const std::string& resource, const std::string& model) {
+        held->emplace_back(resource, model);
+      }};
+  Messages unused;
+  Reader reader(holding, unused);
+  std::vector<std::shared_ptr<PackageInfo>> packages;
+  const StreamedArray streamed{{"metamodel", "component", "packages"},
+                               [&](const JsonValue& element) {
+                                 auto package = reader.Package(element);
+                                 if (!package) return false;
+                                 packages.push_back(std::move(package));
+                                 return true;
+                               }};
+  auto parsed = ParseSourceFile(path, &streamed);
+  if (parsed && parsed->streamed && !parsed->document->HasParseError()) {
+    reader.FollowWith(std::move(packages));
+    held = &ofComponent;
+    if (reader.Document(*parsed->document)) {
+      // In the order of a whole read: the component's metadata comes before its packages.
+      for (const Registrations* registrations : {&ofComponent, &ofPackages}) {
+        for (const auto& [resource, model] : *registrations) {
+          if (model) {
+            callbacks.model(resource, *model);
+          } else {
+            callbacks.resource(resource);
+          }
+        }
+      }
+      callbacks.component(component);
+      loaded = true;
+      return parsed;
+    }
+  }
+  if (parsed && parsed->streamed) parsed = ParseSourceFile(path);
+  loaded = parsed && LoadMetadataFromDoc(*parsed->document, callbacks, messages);
+  return parsed;
 }
 
 bool JsonMetadataParser::LoadMetadataFromDoc(const JsonDocument& document,

@@ -39,6 +39,14 @@ class JsonMetadataParser {
   // "ostra.metadata.metamodel.parse.error" ({1} code, {2} offset) and no callback.
   static bool LoadMetadataFromDoc(const JsonDocument& document, const RegisterCallbacks& callbacks,
                                   Messages& messages);
+  // The same from the file at `path`, read as ParseSourceFile reads it, with the packages of a
+  // file read in one piece read one at a time, so that the document is never whole in memory.
+  // The callbacks and messages are those of LoadMetadataFromDoc over the whole file. Null when the
+  // file cannot be opened; otherwise `loaded` tells whether the component was loaded, and the
+  // result holds the fingerprint.
+  static std::shared_ptr<ParsedMetadata> LoadMetadataFile(const std::string& path,
+                                                          const RegisterCallbacks& callbacks,
+                                                          Messages& messages, bool& loaded);
 };
 
 }  // namespace Metamodel

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <rapidjson/reader.h>
 #include <rapidjson/stream.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <ext/stdio_filebuf.h>
@@ -16,6 +17,8 @@
 #include <new>
 #include <streambuf>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "ostra/core/crc32.h"
 
@@ -157,12 +160,13 @@ struct ParseResultAccess {
 };
 template struct ParseResultAccess<&JsonDocument::parseResult_>;
 
-// Passes every event on to the document and stops the parse at the first array or object nested
-// deeper than kMaxDocumentJsonDepth. The reader then reports kParseErrorTermination at that
-// bracket.
+// Passes every event on to the next handler (a document) and stops the parse at the first array or
+// object nested deeper than kMaxDocumentJsonDepth. The reader then reports kParseErrorTermination
+// at that bracket.
+template <class Next = JsonDocument>
 class NestingLimit {
  public:
-  explicit NestingLimit(JsonDocument& document) : document_(document) {}
+  explicit NestingLimit(Next& document) : document_(document) {}
 
   bool Null() { return document_.Null(); }
   bool Bool(bool b) { return document_.Bool(b); }
@@ -194,23 +198,161 @@ class NestingLimit {
  private:
   bool Open() { return ++depth_ <= kMaxDocumentJsonDepth; }
 
-  JsonDocument& document_;
+  Next& document_;
   std::size_t depth_ = 0;
+};
+
+// Passes the events of a document on to `document`, except the elements of the streamed array:
+// each of those is built alone and handed to the array's callback, and the document keeps the
+// array empty. The array is found as FindMember finds members: the first member of each name on
+// the path, compared as C strings. The document copies its strings, so that it never points into
+// the text; `consumed` is called after each element.
+class StreamRouter {
+ public:
+  StreamRouter(JsonDocument& document, const StreamedArray& streamed,
+               std::function<void()> consumed)
+      : document_(document),
+        streamed_(streamed),
+        consumed_(std::move(consumed)),
+        seen_(streamed.path.size(), false) {}
+
+  bool Null() {
+    return Value() && Route([](auto& to) { return to.Null(); });
+  }
+  bool Bool(bool b) {
+    return Value() && Route([b](auto& to) { return to.Bool(b); });
+  }
+  bool Int(int i) {
+    return Value() && Route([i](auto& to) { return to.Int(i); });
+  }
+  bool Uint(unsigned u) {
+    return Value() && Route([u](auto& to) { return to.Uint(u); });
+  }
+  bool Int64(std::int64_t i) {
+    return Value() && Route([i](auto& to) { return to.Int64(i); });
+  }
+  bool Uint64(std::uint64_t u) {
+    return Value() && Route([u](auto& to) { return to.Uint64(u); });
+  }
+  bool Double(double d) {
+    return Value() && Route([d](auto& to) { return to.Double(d); });
+  }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool copy) {
+    return Value() && Route([&](auto& to) { return to.RawNumber(text, length, copy); });
+  }
+  bool String(const char* text, rapidjson::SizeType length, bool copy) {
+    return Value() && Route([&](auto& to) { return to.String(text, length, copy || IsTree(to)); });
+  }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) {
+    if (elementDepth_ == 0 && depth_ == level_ + 1 && level_ < seen_.size() && !seen_[level_]) {
+      const char* name = streamed_.path[level_];
+      const std::size_t size = std::strlen(name);
+      // Equal as C strings, as FindMember compares.
+      pending_ = length >= size && std::memcmp(text, name, size) == 0 &&
+                 (length == size || text[size] == '\0');
+      if (pending_) seen_[level_] = true;
+    }
+    return Route([&](auto& to) { return to.Key(text, length, copy || IsTree(to)); });
+  }
+  bool StartObject() {
+    const bool descend = Take() && level_ + 1 < seen_.size();
+    const bool ok = Route([](auto& to) { return to.StartObject(); }, 1);
+    ++depth_;
+    if (descend) ++level_;
+    return ok;
+  }
+  bool StartArray() {
+    const bool stream = Take() && level_ + 1 == seen_.size();
+    const bool ok = Route([](auto& to) { return to.StartArray(); }, 1);
+    ++depth_;
+    if (stream) arrayDepth_ = depth_;
+    return ok;
+  }
+  bool EndObject(rapidjson::SizeType members) {
+    --depth_;
+    if (depth_ == level_ && level_ > 0 && elementDepth_ == 0) --level_;
+    return Route([members](auto& to) { return to.EndObject(members); }, -1);
+  }
+  bool EndArray(rapidjson::SizeType elements) {
+    if (depth_ == arrayDepth_ && elementDepth_ == 0) {
+      arrayDepth_ = 0;
+      --depth_;
+      return document_.EndArray(0);
+    }
+    --depth_;
+    return Route([elements](auto& to) { return to.EndArray(elements); }, -1);
+  }
+
+ private:
+  // Whether the value starting now is that of the path member just met; a value that is not the
+  // container the path goes on with ends the path there.
+  bool Take() {
+    const bool pending = pending_;
+    pending_ = false;
+    return pending;
+  }
+  bool Value() {
+    pending_ = false;
+    return true;
+  }
+
+  // Hands the event to the element being built (or starting here) or to the document; an element
+  // that is complete goes to the callback. `change` is what the event does to the depth.
+  template <class Event>
+  bool Route(Event event, int change = 0) {
+    const bool inElement = elementDepth_ != 0 || (arrayDepth_ != 0 && depth_ == arrayDepth_);
+    if (!inElement) return event(document_);
+    elementDepth_ += change;
+    if (!event(element_)) return false;
+    if (elementDepth_ != 0) return true;
+    // The element's tree takes its one value off the stack as a parse would end.
+    const auto complete = [](JsonDocument&) { return true; };
+    element_.Populate(complete);
+    const bool ok = streamed_.element(element_);
+    element_.SetNull();
+    element_.GetAllocator().Clear();
+    if (consumed_) consumed_();
+    return ok;
+  }
+
+  template <class To>
+  static constexpr bool IsTree(const To&) {
+    return std::is_same_v<To, JsonDocument>;
+  }
+
+  JsonDocument& document_;
+  const StreamedArray& streamed_;
+  std::function<void()> consumed_;
+  std::vector<bool> seen_;      // per path member: whether its first occurrence was met
+  std::size_t depth_ = 0;       // of the containers open
+  std::size_t level_ = 0;       // path members whose object the parse is in (the root is 0)
+  std::size_t arrayDepth_ = 0;  // of the streamed array while it is open, else 0
+  bool pending_ = false;        // the last key was the path member of its object
+  JsonDocument element_;        // of the element being read
+  int elementDepth_ = 0;        // of the element's containers open
 };
 
 // Parses `input` into `document` with the strict default flags, giving the error codes and offsets
 // of rapidjson's recursive reader. Its iterative reader keeps nesting off the call stack; the
 // nesting limit bounds the memory a deep document can take.
+// With `streamed`, the elements of that array go to its callback (see StreamRouter).
 template <unsigned kExtraFlags = 0, class Input>
-void ParseLimited(Input& input, JsonDocument& document) {
+void ParseLimited(Input& input, JsonDocument& document, const StreamedArray* streamed = nullptr,
+                  std::function<void()> consumed = nullptr) {
   rapidjson::ParseResult result;
-  auto parse = [&input, &result](JsonDocument& target) {
+  auto parse = [&input, &result, streamed, &consumed](JsonDocument& target) {
     rapidjson::GenericReader<rapidjson::UTF8<char>, rapidjson::UTF8<char>, rapidjson::CrtAllocator>
         reader;
-    NestingLimit handler(target);
-    result =
-        reader.Parse<rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag | kExtraFlags>(
-            input, handler);
+    constexpr unsigned kFlags =
+        rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag | kExtraFlags;
+    if (streamed != nullptr) {
+      StreamRouter router(target, *streamed, std::move(consumed));
+      NestingLimit<StreamRouter> handler(router);
+      result = reader.Parse<kFlags>(input, handler);
+    } else {
+      NestingLimit<> handler(target);
+      result = reader.Parse<kFlags>(input, handler);
+    }
     return !result.IsError();
   };
   document.Populate(parse);
@@ -236,6 +378,10 @@ std::shared_ptr<ParsedMetadata> ParseBlocks(std::streambuf* source) {
   parsed->fingerprint.swap(fingerprint);
   return parsed;
 }
+
+// A streamed text goes back to the system in steps of at least this many bytes: a step is a system
+// call.
+constexpr std::uintptr_t kReleaseStep = 1024 * 1024;
 
 // Reads up to `size` bytes of `fd` into `into`, as far as the file goes; the count read. A read
 // error ends the text where it happened.
@@ -286,7 +432,8 @@ std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in) {
   return ParseBlocks(in.good() ? in.rdbuf() : nullptr);
 }
 
-std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path) {
+std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path,
+                                                const StreamedArray* streamed) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return nullptr;
   __gnu_cxx::stdio_filebuf<char> file(fd, std::ios::in | std::ios::binary);  // closes `fd`
@@ -311,8 +458,25 @@ std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path) {
   crc.Update(text.get(), got);
   // Parsed in place: strings are unescaped over the text, and the document points into it.
   rapidjson::InsituStringStream input(text.get());
-  ParseLimited<rapidjson::kParseInsituFlag>(input, *parsed->document);
-  parsed->text = std::move(text);
+  if (streamed == nullptr) {
+    ParseLimited<rapidjson::kParseInsituFlag>(input, *parsed->document);
+    parsed->text = std::move(text);
+  } else {
+    // The tree keeps copies of its strings, and the elements are gone once read: the whole pages
+    // of text behind the parse go back to the system as it moves on, so that text and records
+    // never take their full size at once.
+    const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(text.get());
+    const std::uintptr_t page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    std::uintptr_t released = (start + page - 1) / page * page;
+    const auto release = [&input, start, page, &released] {
+      const std::uintptr_t read = (start + input.Tell()) / page * page;
+      if (read < released + kReleaseStep) return;
+      ::madvise(reinterpret_cast<void*>(released), read - released, MADV_DONTNEED);
+      released = read;
+    };
+    ParseLimited<rapidjson::kParseInsituFlag>(input, *parsed->document, streamed, release);
+    parsed->streamed = true;
+  }
   if (parsed->document->HasParseError()) return parsed;
   std::string fingerprint = crc.Hexdigest();
   parsed->fingerprint.swap(fingerprint);

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <istream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ostra/core/json_limits.h"
 #include "ostra/provider/shared_types.h"
@@ -15,10 +17,14 @@ namespace Metadata {
 
 struct ParsedMetadata {
   // The text the tree was parsed from in place, when it was read in one piece: the tree's strings
-  // point into it. Null when the text was read block by block.
+  // point into it. Null when the text was read block by block, or streamed (the tree then holds
+  // copies of its strings).
   std::unique_ptr<char[]> text;
   // The parsed tree, or the parse failure it records (GetParseError(), GetErrorOffset()).
   std::unique_ptr<JsonDocument> document;
+  // Whether the elements of a streamed array were handed over as they were read (see
+  // StreamedArray): the tree then holds that array empty.
+  bool streamed = false;
   // Hex CRC32 of every byte of the source text, white space included; also set when the parse
   // failed. Empty until computed.
   std::string fingerprint;
@@ -51,12 +57,24 @@ std::shared_ptr<ParsedMetadata> ParseStream(std::istream& in, Messages& messages
 // where it happened. Never returns null; throws only when memory is exhausted.
 std::shared_ptr<ParsedMetadata> ParseSource(std::istream& in);
 
+// One array of a document whose elements are read one at a time, so that the whole tree is never
+// in memory: the value of member path[n-1] of ... of member path[0] of the root object, each
+// the first member of its name as FindMember finds it. Each element is handed to `element` once
+// it is complete and then freed; `element` answers false to stop the parse there (the document
+// then records kParseErrorTermination).
+struct StreamedArray {
+  std::vector<const char*> path;
+  std::function<bool(const JsonValue& element)> element;
+};
+
 // Reads the source file at `path` as ParseSource reads a stream. A regular file of at most
 // kMaxWholeText bytes is read in one piece and parsed in place, which is faster and copies no
 // strings (the result keeps the text); anything else (a pipe, a device, a larger file, a file that
-// grows while it is read) is read block by block. Null when the file cannot be opened or is a
-// directory.
-std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path);
+// grows while it is read) is read block by block. With `streamed`, a file read in one piece has
+// the elements of that array handed over as they are read (`streamed` is set in the result); other
+// files are read whole. Null when the file cannot be opened or is a directory.
+std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path,
+                                                const StreamedArray* streamed = nullptr);
 
 // The first member of `object` named `name` (compared as C strings), or object.MemberEnd(). The
 // caller guarantees that `object` is an object.

@@ -10,6 +10,9 @@
 //     // The domain parser; a source that loaded is indexed before it is stored.
 //     static bool ParseDocument(const JsonDocument&, SourceData&, Messages&);
 //     static void Stamp(SourceData&, const std::string& fingerprint);   // all its fingerprints
+//     // Optional: reads a source file its own way, with ParseSourceFile's and ParseDocument's
+//     // answers (see ReadFile below).
+//     static std::shared_ptr<ParsedMetadata> ReadFile(path, SourceData&, Messages&, bool& loaded);
 //     static const std::string& SourceFingerprint(const SourceData&);
 //   };
 //
@@ -64,20 +67,38 @@ class SourceSet {
     // A spec without a path names no file that could be opened; nor does a directory.
     // The file is read once, parsed and fingerprinted from the same bytes; reading stops where
     // the text stops being JSON, so a file that never ends cannot hold the load.
-    const auto parsed = spec->filepath ? ParseSourceFile(*spec->filepath) : nullptr;
+    Messages messages;
+    bool loaded = false;
+    const auto parsed =
+        spec->filepath ? ReadFile(*spec->filepath, *source, messages, loaded) : nullptr;
     if (!parsed) {
       error = MessageError<Com::Corvane::Ostra::Std::Errors::NotFound>(
           Domain::kSourceFileNotFoundId, spec->filepath.value_or(std::string()));
       return nullptr;
     }
-    Messages messages;
-    if (!Domain::ParseDocument(*parsed->document, *source, messages)) {
+    if (!loaded) {
       error = Data::ErrorFactory::GetError<Com::Corvane::Ostra::Std::Errors::InvalidArgument>(
           std::move(messages));
       return nullptr;
     }
     Domain::Stamp(*source, parsed->fingerprint);
     return source;
+  }
+
+  // Reads the file at `path` into `source`: null when it cannot be opened, else what was read
+  // (its fingerprint) with `loaded` telling whether the source loaded. A domain may read its
+  // files its own way (Domain::ReadFile, with the same answers).
+  template <class D = Domain>
+  static auto ReadFile(const std::string& path, SourceData& source, Messages& messages,
+                       bool& loaded) -> decltype(D::ReadFile(path, source, messages, loaded)) {
+    return D::ReadFile(path, source, messages, loaded);
+  }
+  template <class... Unused>
+  static std::shared_ptr<ParsedMetadata> ReadFile(const std::string& path, SourceData& source,
+                                                  Messages& messages, bool& loaded, Unused...) {
+    auto parsed = ParseSourceFile(path);
+    loaded = parsed && Domain::ParseDocument(*parsed->document, source, messages);
+    return parsed;
   }
 
   // Builds a source from a parsed document. A spec that is not of the file type gives null and

@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "metamodel/documents.h"
+#include "ostra/core/json.h"
 #include "test_store.h"
 
 namespace {
@@ -28,8 +30,7 @@ struct Load {
   Messages messages;
 };
 
-Load LoadText(const std::string& text) {
-  Load load;
+JsonMetadataParser::RegisterCallbacks Recording(Load& load) {
   JsonMetadataParser::RegisterCallbacks callbacks;
   callbacks.component = [&load](const std::shared_ptr<Binding::ComponentInfo>& component) {
     load.events.push_back("component " + component->name);
@@ -39,8 +40,35 @@ Load LoadText(const std::string& text) {
   callbacks.model = [&load](const std::string& r, const std::string& m) {
     load.events.push_back("model " + r + " " + m);
   };
+  return callbacks;
+}
+
+std::string Text(const std::shared_ptr<Binding::ComponentInfo>& component) {
+  if (!component) return "none";
+  return Ostra::Data::ToJson(*Ostra::Data::TypeConverter<Binding::ComponentInfo>::ToValue(
+      *component, Ostra::L10n::RequestLocalizer()));
+}
+
+// Loads `text` from a stream, and from a file, whose packages are read one at a time: both give
+// the same callbacks, component and messages (or the test fails). The file's load tells whether
+// its packages were read one at a time.
+Load LoadText(const std::string& text, bool* streamed = nullptr) {
+  Load load;
   std::istringstream in(text);
-  load.ok = JsonMetadataParser::LoadMetadata(in, callbacks, load.messages);
+  load.ok = JsonMetadataParser::LoadMetadata(in, Recording(load), load.messages);
+
+  const std::string path = testing::TempDir() + "/metamodel-parser.json";
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+  Load file;
+  bool loaded = false;
+  const auto parsed =
+      JsonMetadataParser::LoadMetadataFile(path, Recording(file), file.messages, loaded);
+  EXPECT_NE(parsed, nullptr);
+  EXPECT_EQ(loaded, load.ok);
+  EXPECT_EQ(file.events, load.events);
+  EXPECT_EQ(OstraTest::Brief(file.messages), OstraTest::Brief(load.messages));
+  EXPECT_EQ(Text(file.component), Text(load.component));
+  if (streamed != nullptr) *streamed = parsed && parsed->streamed;
   return load;
 }
 
@@ -200,6 +228,57 @@ TEST(MetamodelParser, RecordsKeepDocumentOrderOrNameOrderAsDeclared) {
   EXPECT_EQ(load.component->packages.at("p")->metadata.count("Resource"), 0u);
   EXPECT_EQ(load.events,
             (std::vector<std::string>{"resource dropped.but.reported", "component comp"}));
+}
+
+// A source file has the packages of its component read one at a time, as FindMember finds the
+// path there: the first member of each name, compared as C strings. Wherever the path goes
+// elsewhere, or a fault shows, the load is that of the whole document (LoadText checks it).
+TEST(MetamodelParser, SourceFilesAreReadPackageByPackage) {
+  const std::string a = Package("a", Structure("a.S", Field("f"))), b = Package("b");
+  const auto component = [](const std::string& members) {
+    return R"({"metamodel":{"component":{"name":"c","documentation":"d","metadata":{},)" + members +
+           "}}}";
+  };
+  const struct {
+    std::string text, packages;  // the packages loaded, by name
+    bool streamed;               // whether a load read them one at a time
+  } cases[] = {
+      {Doc(a + "," + b), "a b", true},
+      {Doc(""), "", true},
+      // Members before and after the packages, and a later "packages" that nobody reads.
+      {component(R"("packages":[)" + b + R"(],"x":[[{}]],"packages":[)" + a + "]"), "b", true},
+      {std::string(R"({"metamodel":{"component":{"packages":[)") + a +
+           R"(],"name":"c","documentation":"d","metadata":{}}}})",
+       "a", true},
+      // "packages\u0000x" is "packages" as a C string, and comes first.
+      {component(R"("packages\u0000x":[)" + b + R"(],"packages":[)" + a + "]"), "b", true},
+      // The first "packages" is not an array: a fault, whatever follows.
+      {component(R"("packages":{},"packages":[)" + a + "]"), "", false},
+      // The first component and metamodel count; later ones of the same name are not read.
+      {R"({"metamodel":{"component":{"name":"c","documentation":"d","metadata":{},"packages":[)" +
+           a + R"(]},"component":{"packages":[)" + b + "]}}}",
+       "a", true},
+      {R"({"metamodel":[],"metamodel":)" + Doc(a).substr(13), "", false},
+      // Faults inside a package, after packages that loaded, and of the component after its
+      // packages.
+      {Doc(a + ",7"), "", false},
+      {Doc(a + R"(,{"name":"p","documentation":[]})"), "", false},
+      {std::string(R"({"metamodel":{"component":{"packages":[)") + a + R"(],"name":"c"}}})", "",
+       false},
+      {"[" + Doc(a) + "]", "", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    bool streamed = false;
+    const Load load = LoadText(c.text, &streamed);
+    std::string names;
+    for (const auto& package :
+         load.component ? load.component->packages : decltype(load.component->packages)())
+      names += (names.empty() ? "" : " ") + package.first;
+    EXPECT_EQ(names, c.packages);
+    EXPECT_EQ(load.ok, c.streamed);
+    EXPECT_EQ(streamed, c.streamed);
+  }
 }
 
 TEST(MetamodelParser, ResourceAndModelHooks) {

@@ -315,6 +315,37 @@ TEST_F(DeepNesting, DeepestTypeReferenceLoadsOnASmallStack) {
 
 using HostileSources = MetamodelStoreTest;
 
+// A field of /proc/self/status in KiB ("VmRSS", "VmHWM").
+long StatusKiB(const std::string& field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind(field + ":", 0) == 0) return std::stol(line.substr(field.size() + 1));
+  }
+  return -1;
+}
+
+// A large file is read package by package, and its text goes back to the system as the read
+// moves on: at no time does the load hold the text and the records it makes (here about as large
+// as the text) together.
+TEST_F(HostileSources, ALargeFileLoadsInLittleMoreThanItsRecords) {
+  std::string packages;
+  for (int p = 0; p < 40; ++p) {
+    const std::string name = "p" + std::to_string(p);
+    packages += (p ? "," : "") + std::string(R"({"name":")") + name + R"(","documentation":")" +
+                std::string(512 * 1024, 'a' + p % 26) +
+                R"(","metadata":{},"enumerations":[],"structures":[],"services":[]})";
+  }
+  std::string path = Write("large", Doc(packages));
+  const double file = static_cast<double>(packages.size()) / 1024;
+  packages = std::string();
+  std::ofstream("/proc/self/clear_refs") << "5";  // the peak starts again from here
+  const long before = StatusKiB("VmRSS");
+  ASSERT_EQ(store_->CreateSource("large", FileSpec(path)), nullptr);
+  const long peak = StatusKiB("VmHWM");
+  EXPECT_LT((peak - before) / file, 1.4) << "peak " << peak - before << " KiB, file " << file;
+  EXPECT_EQ(store_->PackageInfo("p39")->documentation, std::string(512 * 1024, 'n'));
+}
+
 // Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
 // far less than the file.
 TEST_F(HostileSources, DevicesAndHugeFilesFailAtTheirFirstBadByte) {
