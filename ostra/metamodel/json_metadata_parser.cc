@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "ostra/json/load_trace.h"
 #include "ostra/provider/keyed_hash.h"
 
 namespace Ostra {
@@ -639,6 +640,8 @@ std::shared_ptr<ParsedMetadata> JsonMetadataParser::LoadMetadataFile(
                                  packages.push_back(std::move(package));
                                  return true;
                                }};
+  // A trace of the caller's sees only the messages of the load that counts.
+  std::optional<LoadTrace> discarded(std::in_place);
   auto parsed = ParseSourceFile(path, &streamed);
   if (parsed && parsed->streamed && !parsed->document->HasParseError()) {
     reader.FollowWith(std::move(packages));
@@ -659,6 +662,7 @@ std::shared_ptr<ParsedMetadata> JsonMetadataParser::LoadMetadataFile(
       return parsed;
     }
   }
+  discarded.reset();
   if (parsed && parsed->streamed) parsed = ParseSourceFile(path);
   loaded = parsed && LoadMetadataFromDoc(*parsed->document, callbacks, messages);
   return parsed;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include "metamodel/documents.h"
 #include "ostra/core/json.h"
+#include "ostra/json/load_trace.h"
 #include "test_store.h"
 
 namespace {
@@ -55,7 +57,10 @@ std::string Text(const std::shared_ptr<Binding::ComponentInfo>& component) {
 Load LoadText(const std::string& text, bool* streamed = nullptr) {
   Load load;
   std::istringstream in(text);
+  std::optional<LoadTrace> trace(std::in_place);
   load.ok = JsonMetadataParser::LoadMetadata(in, Recording(load), load.messages);
+  const std::size_t traced = trace->Entries().size();
+  trace.emplace();
 
   const std::string path = testing::TempDir() + "/metamodel-parser.json";
   std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
@@ -64,6 +69,7 @@ Load LoadText(const std::string& text, bool* streamed = nullptr) {
   const auto parsed =
       JsonMetadataParser::LoadMetadataFile(path, Recording(file), file.messages, loaded);
   EXPECT_NE(parsed, nullptr);
+  EXPECT_EQ(trace->Entries().size(), traced);
   EXPECT_EQ(loaded, load.ok);
   EXPECT_EQ(file.events, load.events);
   EXPECT_EQ(OstraTest::Brief(file.messages), OstraTest::Brief(load.messages));
