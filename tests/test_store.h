@@ -67,17 +67,23 @@ inline std::string OnlyMessage(const Ostra::Data::ErrorValue& error) {
   return text;
 }
 
+// Writes `text` to a file of the running test and answers its path. Files are named after suite
+// and test: ctest runs tests in parallel processes.
+inline std::string WriteTestFile(const std::string& name, const std::string& text) {
+  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+  std::string path = std::string(test->test_suite_name()) + "." + test->name() + "_" + name;
+  std::replace(path.begin(), path.end(), '/', '_');  // typed suites are named "Suite/0"
+  path = testing::TempDir() + "/" + path + ".json";
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+  return path;
+}
+
 // Files written by a test, removed when it ends.
 class TempFilesTest : public testing::Test {
  protected:
   // Writes `text` to a file of this test and answers its path.
   std::string Write(const std::string& name, const std::string& text) {
-    // Named after suite and test: ctest runs tests of the same name in parallel processes.
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string path = std::string(test->test_suite_name()) + "." + test->name() + "_" + name;
-    std::replace(path.begin(), path.end(), '/', '_');  // typed suites are named "Suite/0"
-    path = testing::TempDir() + "/" + path + ".json";
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    std::string path = WriteTestFile(name, text);
     written_.push_back(path);
     return path;
   }

@@ -62,8 +62,7 @@ Load LoadText(const std::string& text, bool* streamed = nullptr) {
   const std::size_t traced = trace->Entries().size();
   trace.emplace();
 
-  const std::string path = testing::TempDir() + "/metamodel-parser.json";
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+  const std::string path = OstraTest::WriteTestFile("parser", text);
   Load file;
   bool loaded = false;
   const auto parsed =

@@ -119,9 +119,7 @@ void ExpectSameAsReference(const std::string& text, std::streamoff start = 0) {
   if (start != 0) return;
   std::istringstream whole(text);
   check(*ParseSource(whole), "whole: ", true);
-  const std::string path = testing::TempDir() + "/same-as-reference.json";
-  std::ofstream(path, std::ios::binary) << text;
-  check(*ParseSourceFile(path), "file: ", true);
+  check(*ParseSourceFile(WriteTestFile("reference", text)), "file: ", true);
   for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{4096}}) {
     TestBuffer buffer(text, piece);
     std::istream pipe(&buffer);
