@@ -342,6 +342,9 @@ TEST_F(HostileSources, ALargeFileLoadsInLittleMoreThanItsRecords) {
   const long peak = StatusKiB("VmHWM");
   EXPECT_LT((peak - before) / file, 1.4) << "peak " << peak - before << " KiB, file " << file;
   EXPECT_EQ(store_->PackageInfo("p39")->documentation, std::string(512 * 1024, 'n'));
+  // The component's own texts were read from the first page of the file, long given back.
+  ASSERT_NE(store_->ComponentInfo("comp"), nullptr);
+  EXPECT_EQ(store_->ComponentInfo("comp")->info->documentation, "d");
 }
 
 // Devices that never end and a 2 GiB file of holes fail at their first bytes, and the load holds
