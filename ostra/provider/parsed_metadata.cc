@@ -128,6 +128,15 @@ class BlockStream {
   bool ended_ = false;
 };
 
+// Whether a member name (`memberLength` bytes) equals `name` (`length` bytes, no NUL) as C strings:
+// up to its first NUL. A longer name matches only with a NUL where `name` ends, which is looked at
+// before comparing, so that most names are not read to their end.
+bool SameAsCString(const char* member, std::size_t memberLength, const char* name,
+                   std::size_t length) {
+  return memberLength >= length && (memberLength == length || member[length] == '\0') &&
+         std::memcmp(member, name, length) == 0;
+}
+
 // The position of a stream buffer, or -1 when it cannot tell one.
 std::streamoff PositionOf(std::streambuf& buffer) {
   try {
@@ -246,10 +255,7 @@ class StreamRouter {
   bool Key(const char* text, rapidjson::SizeType length, bool copy) {
     if (elementDepth_ == 0 && depth_ == level_ + 1 && level_ < seen_.size() && !seen_[level_]) {
       const char* name = streamed_.path[level_];
-      const std::size_t size = std::strlen(name);
-      // Equal as C strings, as FindMember compares.
-      pending_ = length >= size && std::memcmp(text, name, size) == 0 &&
-                 (length == size || text[size] == '\0');
+      pending_ = SameAsCString(text, length, name, std::strlen(name));
       if (pending_) seen_[level_] = true;
     }
     return Route([&](auto& to) { return to.Key(text, length, copy || IsTree(to)); });
@@ -483,19 +489,10 @@ std::shared_ptr<ParsedMetadata> ParseSourceFile(const std::string& path,
   return parsed;
 }
 
-// Equal as C strings: the member name up to its first NUL equals `name`. Comparing lengths first
-// gives the same answer as strcmp without reading most names to their end.
 JsonValue::ConstMemberIterator FindMember(const JsonValue& object, const char* name) {
   const std::size_t length = std::strlen(name);
   for (auto it = object.MemberBegin(); it != object.MemberEnd(); ++it) {
-    const std::size_t memberLength = it->name.GetStringLength();
-    if (memberLength < length) continue;
-    const char* member = it->name.GetString();
-    // A longer name matches only with a NUL where `name` ends: look there before comparing.
-    if ((memberLength == length || member[length] == '\0') &&
-        std::memcmp(member, name, length) == 0) {
-      return it;
-    }
+    if (SameAsCString(it->name.GetString(), it->name.GetStringLength(), name, length)) return it;
   }
   return object.MemberEnd();
 }

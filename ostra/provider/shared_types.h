@@ -15,10 +15,12 @@ namespace Metadata {
 // Every fault of a load, in the order found; readers append and never clear.
 using Messages = std::list<BaseMessage>;
 
-using JsonPool = rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>;
 using JsonDocument =
-    rapidjson::GenericDocument<rapidjson::UTF8<char>, JsonPool, rapidjson::CrtAllocator>;
-using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>, JsonPool>;
+    rapidjson::GenericDocument<rapidjson::UTF8<char>,
+                               rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>,
+                               rapidjson::CrtAllocator>;
+using JsonValue = rapidjson::GenericValue<rapidjson::UTF8<char>,
+                                          rapidjson::MemoryPoolAllocator<rapidjson::CrtAllocator>>;
 
 }  // namespace Metadata
 }  // namespace Provider

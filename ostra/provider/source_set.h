@@ -26,6 +26,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include <boost/optional.hpp>
@@ -85,20 +86,23 @@ class SourceSet {
     return source;
   }
 
+  // Whether the domain reads its source files its own way (Domain::ReadFile).
+  template <class D, class = void>
+  struct ReadsFiles : std::false_type {};
+  template <class D>
+  struct ReadsFiles<D, std::void_t<decltype(&D::ReadFile)>> : std::true_type {};
+
   // Reads the file at `path` into `source`: null when it cannot be opened, else what was read
-  // (its fingerprint) with `loaded` telling whether the source loaded. A domain may read its
-  // files its own way (Domain::ReadFile, with the same answers).
-  template <class D = Domain>
-  static auto ReadFile(const std::string& path, SourceData& source, Messages& messages,
-                       bool& loaded) -> decltype(D::ReadFile(path, source, messages, loaded)) {
-    return D::ReadFile(path, source, messages, loaded);
-  }
-  template <class... Unused>
+  // (its fingerprint) with `loaded` telling whether the source loaded.
   static std::shared_ptr<ParsedMetadata> ReadFile(const std::string& path, SourceData& source,
-                                                  Messages& messages, bool& loaded, Unused...) {
-    auto parsed = ParseSourceFile(path);
-    loaded = parsed && Domain::ParseDocument(*parsed->document, source, messages);
-    return parsed;
+                                                  Messages& messages, bool& loaded) {
+    if constexpr (ReadsFiles<Domain>::value) {
+      return Domain::ReadFile(path, source, messages, loaded);
+    } else {
+      auto parsed = ParseSourceFile(path);
+      loaded = parsed && Domain::ParseDocument(*parsed->document, source, messages);
+      return parsed;
+    }
   }
 
   // Builds a source from a parsed document. A spec that is not of the file type gives null and
