@@ -57,7 +57,7 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
                               Call("metamodel.source", "delete", R"({"source_id":"cli"})"),
                               Call("authentication.source", "reload")}) {
     EXPECT_EQ(server.Rpc(request).body,
-              Failure("7", -32001, "source management is disabled") + "}}")
+              Failure("7", -32002, "source management is disabled") + "}}")
         << request;
   }
   EXPECT_EQ(server.Rpc(Call("cli.source", "list")).body,
@@ -102,7 +102,7 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
                  "--threads", "2", "--allow-source-management", "--source-root", root.string()},
                 Write("log", ""));
   const std::string outside =
-      Failure("7", -32001, "source file is not a regular file under the source root") + "}}";
+      Failure("7", -32002, "source file is not a regular file under the source root") + "}}";
   for (const char* path :
        {"../Http.root/../cli.json", cli.c_str(), "link.json", "sub", "missing.json", ""})
     EXPECT_EQ(server.Rpc(Create("cli", FileSource(path))).body, outside) << path;

@@ -35,7 +35,7 @@ constexpr int kMethodNotFound = -32601;
 constexpr int kInvalidParams = -32602;
 constexpr int kOperationFailed = -32000;
 constexpr int kBatchTooLarge = -32001;
-constexpr int kRefused = -32001;
+constexpr int kRefused = -32002;
 
 std::string MiB(std::size_t bytes) {
   return std::to_string(bytes >> 20) + " MiB";

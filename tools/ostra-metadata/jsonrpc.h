@@ -16,7 +16,7 @@
 //   - an unknown method: -32601; params that are not as above: -32602;
 //   - once the replies of a batch exceed kMaxBatchReplyBytes, its later requests are not run and
 //     are answered -32001;
-//   - source management that SourceAccess refuses: -32001.
+//   - source management that SourceAccess refuses: -32002.
 // An operation's error is -32000 whose message is the text of the error's first message (its kind,
 // such as "UNSUPPORTED", when it has none) and whose data is the error (see WriteError). A source
 // that a request creates must name a regular file, so that no request can make the server wait on
@@ -40,11 +40,11 @@ namespace OstraTool {
 
 // What requests may do to the sources.
 struct SourceAccess {
-  // False: create, delete and reload of the source services are not run and answer -32001
+  // False: create, delete and reload of the source services are not run and answer -32002
   // "source management is disabled".
   bool manage = true;
   // When set (a real path: absolute, no symbolic link): a created source must be a regular file
-  // whose real path lies under this directory, or the request is not run and answers -32001
+  // whose real path lies under this directory, or the request is not run and answers -32002
   // "source file is not a regular file under the source root"; a relative path is taken from the
   // directory. The store is given the file's real path.
   boost::optional<std::filesystem::path> root;

@@ -96,7 +96,7 @@ Commands:
                  GET /             the explorer: a page that shows that document in a browser
                                    (tree, authentication, Cli, sources, a filter, permalinks),
                                    built into the tool, and polls it every 5 s.
-               create, delete and reload of the source services answer -32001 "source
+               create, delete and reload of the source services answer -32002 "source
                management is disabled" unless --allow-source-management is given with
                --source-root DIR; then a created source must be a regular file whose real path
                lies under DIR (relative paths are taken from DIR). --threads N (1-256, default
