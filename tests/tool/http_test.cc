@@ -5,8 +5,11 @@
 #include <netinet/in.h>
 #include <rapidjson/document.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <vector>
 
 #include "test_store.h"
 #include "tool/tool_helpers.h"
@@ -90,6 +93,71 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
 }
 
 // One server that manages sources under a root, watches a file, cuts off requests and stops.
+// A socket connected to `server`, reads giving up after 10 s; -1 when it cannot connect.
+int Connect(const Server& server) {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0), port = std::stoi(server.Url().substr(17));
+  sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
+  const timeval wait{10, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
+  close(fd);
+  return -1;
+}
+
+// The status line and headers that a connection answers to `request` (best a HEAD request, whose
+// answer ends there); what came of them when the connection is closed first.
+std::string Exchange(int fd, const std::string& request) {
+  std::string reply;
+  if (send(fd, request.data(), request.size(), MSG_NOSIGNAL) < 0) return reply;
+  char block[4096];
+  while (reply.find("\r\n\r\n") == std::string::npos) {
+    const ssize_t got = recv(fd, block, sizeof block, 0);
+    if (got <= 0) break;
+    reply.append(block, static_cast<std::size_t>(got));
+  }
+  return reply;
+}
+
+// Connections that send nothing, or nothing more, hold no thread: with two threads and fifty such
+// connections a request is answered at once (each of them used to hold a thread for the five
+// seconds of idle time). They are closed after those five seconds, or once 512 newer ones wait.
+TEST_F(Http, IdleConnectionsHoldNoThreadAndAreClosed) {
+  Server server({OSTRA_TOOL, "--dir", OSTRA_EXAMPLES_DIR, "serve", "--http", "0", "--threads", "2"},
+                Write("log", ""));
+  ASSERT_FALSE(server.Url().empty()) << server.Log();
+  const std::string get = "HEAD /v1/metadata HTTP/1.1\r\nHost: x\r\n\r\n";
+  std::vector<int> idle;
+  for (int i = 0; i < 50; ++i)
+    idle.push_back(Connect(server));
+  const auto start = std::chrono::steady_clock::now();
+  // Ten of them get an answer and then go quiet; later they are answered again.
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(Exchange(idle[i], get).substr(0, 12), "HTTP/1.1 200") << i;
+  EXPECT_EQ(server.Curl("/v1/metadata", {"--max-time", "3"}).status, 200);
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(Exchange(idle[i], get).substr(0, 12), "HTTP/1.1 200") << i;
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  // The others are closed once they have waited five seconds.
+  char byte;
+  EXPECT_EQ(recv(idle[20], &byte, 1, 0), 0);
+  const auto closed = std::chrono::steady_clock::now() - start;
+  EXPECT_GT(closed, std::chrono::milliseconds(4500));
+  EXPECT_LT(closed, std::chrono::seconds(8));
+  for (const int fd : idle)
+    close(fd);
+  // Beyond 512 waiting connections, the one that waited longest goes first.
+  const auto crowded = std::chrono::steady_clock::now();
+  std::vector<int> crowd;
+  for (int i = 0; i < 520; ++i)
+    crowd.push_back(Connect(server));
+  ASSERT_EQ(std::count(crowd.begin(), crowd.end(), -1), 0);
+  EXPECT_EQ(recv(crowd.front(), &byte, 1, 0), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - crowded, std::chrono::seconds(3));
+  EXPECT_EQ(Exchange(crowd.back(), get).substr(0, 12), "HTTP/1.1 200");
+  for (const int fd : crowd)
+    close(fd);
+}
+
 TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   const std::string cli = OSTRA_EXAMPLES_DIR "/cli.json", text = OstraTest::ExampleText("cli.json");
   const std::string file = Write("cli", text);

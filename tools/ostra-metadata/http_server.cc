@@ -1,5 +1,6 @@
 #include "http_server.h"
 
+#include <fcntl.h>
 #include <httplib.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -50,8 +51,14 @@ constexpr std::size_t kRequestsPerConnection = 1000;
 // connection gets 503 and is closed.
 constexpr std::size_t kMaxWaiting = 512;
 constexpr auto kMaxWait = seconds(5);
+// Connections waiting for their next request (or their first), which hold no thread: beyond this
+// many, the one that has waited longest is closed.
+constexpr std::size_t kMaxIdle = 512;
+// How long a thread with nothing else to do waits for a connection's next request before it lets
+// the connection wait without it: a client that sends its requests one after the other is then
+// served without a pause.
+constexpr auto kLinger = milliseconds(2);
 constexpr int kListenBacklog = 512;
-constexpr auto kPollTick = milliseconds(100);  // how often waits look at the stop flag
 constexpr auto kWatchInterval = milliseconds(250);
 
 // Set on the thread that runs a connection, before it runs it: turn the connection away.
@@ -60,12 +67,26 @@ thread_local bool t_turnAway = false;
 // read whole, so what follows it cannot be trusted to start a request).
 thread_local bool t_closeAfter = false;
 
-// The worker threads, with a bounded wait for them (see kMaxWaiting, kMaxWait).
+// The worker threads, with a bounded wait for them (see kMaxWaiting, kMaxWait), and the
+// connections between requests, which wait without holding a thread: a poller gives such a
+// connection back to the queue when bytes arrive, and closes it after kIdleTime, when kMaxIdle
+// others have come after it, or when the pool shuts down. So clients that connect and send nothing
+// cannot keep the threads from those that ask.
 class BoundedPool : public httplib::TaskQueue {
  public:
-  explicit BoundedPool(std::size_t threads) {
+  // Serves `socket`, which has `served` requests behind it.
+  using Resume = std::function<void(int socket, std::size_t served)>;
+
+  BoundedPool(std::size_t threads, Resume resume) : resume_(std::move(resume)) {
+    if (pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0) wake_[0] = wake_[1] = -1;
     for (std::size_t i = 0; i < threads; ++i)
       threads_.emplace_back([this] { Work(); });
+    poller_ = std::thread([this] { Watch(); });
+  }
+  ~BoundedPool() override {
+    for (const int end : wake_) {
+      if (end >= 0) close(end);
+    }
   }
 
   void enqueue(std::function<void()> job) override {
@@ -82,8 +103,36 @@ class BoundedPool : public httplib::TaskQueue {
     t_turnAway = false;
   }
 
-  // Runs what is queued, then ends the threads.
+  // Whether connections are waiting for a thread.
+  bool Busy() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return !jobs_.empty();
+  }
+
+  // Keeps `socket` until bytes of its next request arrive; closes it once the pool shuts down.
+  void Park(int socket, std::size_t served) {
+    {
+      std::lock_guard<std::mutex> lock(idleMutex_);
+      if (!closing_) {
+        idle_.push_back({socket, served, Clock::now() + kIdleTime});
+        socket = -1;
+      }
+    }
+    if (socket >= 0) {
+      close(socket);
+    } else {
+      WakePoller();
+    }
+  }
+
+  // Closes the waiting connections, runs what is queued, then ends the threads.
   void shutdown() override {
+    {
+      std::lock_guard<std::mutex> lock(idleMutex_);
+      closing_ = true;
+    }
+    WakePoller();
+    poller_.join();
     {
       std::lock_guard<std::mutex> lock(mutex_);
       stopping_ = true;
@@ -97,6 +146,11 @@ class BoundedPool : public httplib::TaskQueue {
   struct Job {
     std::function<void()> run;
     Clock::time_point queued;
+  };
+  struct Idle {
+    int socket;
+    std::size_t served;
+    Clock::time_point until;
   };
 
   void Work() {
@@ -114,11 +168,76 @@ class BoundedPool : public httplib::TaskQueue {
     }
   }
 
+  void WakePoller() {
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t written = write(wake_[1], &byte, 1);  // full: awake already
+  }
+
+  // The poller. Only it takes connections out of idle_; Park adds them at the back, so the
+  // connections polled are the first ones of idle_ when the poll returns.
+  void Watch() {
+    std::vector<pollfd> polled;
+    std::vector<Idle> ready;
+    for (;;) {
+      // Without a pipe (none could be made) the poller looks every few milliseconds instead.
+      auto until = Clock::now() + (wake_[0] >= 0 ? kIdleTime : milliseconds(5));
+      polled.assign(1, pollfd{wake_[0], POLLIN, 0});
+      {
+        std::lock_guard<std::mutex> lock(idleMutex_);
+        if (closing_) break;
+        for (const Idle& idle : idle_) {
+          polled.push_back(pollfd{idle.socket, POLLIN, 0});
+          until = std::min(until, idle.until);
+        }
+      }
+      const auto wait = std::chrono::duration_cast<milliseconds>(until - Clock::now()).count();
+      if (poll(polled.data(), polled.size(), static_cast<int>(std::max<long long>(wait, 0) + 1)) <
+          0) {
+        std::this_thread::sleep_for(milliseconds(1));  // EINTR, or out of memory for a moment
+        continue;
+      }
+      for (char drained[64]; read(wake_[0], drained, sizeof drained) > 0;) {
+      }
+      ready.clear();
+      {
+        std::lock_guard<std::mutex> lock(idleMutex_);
+        if (closing_) break;
+        const auto now = Clock::now();
+        std::deque<Idle> kept;
+        for (std::size_t i = 0; i < idle_.size(); ++i) {
+          const Idle& idle = idle_[i];
+          if (i + 1 < polled.size() && polled[i + 1].revents != 0) {
+            ready.push_back(idle);  // bytes, the end of the stream, or an error: served
+          } else if (idle.until <= now) {
+            close(idle.socket);
+          } else {
+            kept.push_back(idle);
+          }
+        }
+        for (; kept.size() > kMaxIdle; kept.pop_front())
+          close(kept.front().socket);
+        idle_.swap(kept);
+      }
+      for (const Idle& idle : ready)
+        enqueue([this, idle] { resume_(idle.socket, idle.served); });
+    }
+    std::lock_guard<std::mutex> lock(idleMutex_);
+    for (const Idle& idle : idle_)
+      close(idle.socket);
+    idle_.clear();
+  }
+
+  const Resume resume_;
   std::mutex mutex_;
   std::condition_variable ready_;
   std::deque<Job> jobs_;   // guarded by mutex_
   bool stopping_ = false;  // guarded by mutex_
   std::vector<std::thread> threads_;
+  std::mutex idleMutex_;
+  std::deque<Idle> idle_;   // guarded by idleMutex_, in the order parked
+  bool closing_ = false;    // guarded by idleMutex_
+  int wake_[2] = {-1, -1};  // a pipe: a byte written wakes the poller
+  std::thread poller_;
 };
 
 // A connection's socket as cpp-httplib reads and writes it, within the limits above. Reads are
@@ -127,18 +246,9 @@ class ConnectionStream : public httplib::Stream {
  public:
   explicit ConnectionStream(int socket) : socket_(socket) {}
 
-  // Whether bytes of a request are waiting, or arrive before kIdleTime passes; false as well once
-  // `stopping` is set and none are there.
-  bool AwaitRequest(const std::atomic<bool>& stopping) {
-    if (begin_ < end_) return true;
-    const auto until = Clock::now() + kIdleTime;
-    for (;;) {
-      const auto now = Clock::now();
-      if (now >= until) return false;
-      const int ready = Poll(POLLIN, std::min(until, now + kPollTick));
-      if (ready != 0) return ready > 0;
-      if (stopping) return false;
-    }
+  // Whether bytes of a request (or the end of the stream) are there, or arrive within `linger`.
+  bool HasRequest(Clock::duration linger) const {
+    return begin_ < end_ || Poll(POLLIN, Clock::now() + linger) != 0;
   }
 
   // The deadlines of a new request count from now.
@@ -237,9 +347,14 @@ class ConnectionStream : public httplib::Stream {
 // requests already received finish.
 class GuardedServer : public httplib::Server {
  public:
-  GuardedServer() {
+  explicit GuardedServer(std::size_t threads) {
     set_payload_max_length(JsonRpc::kMaxRequestBytes);
     set_keep_alive_max_count(kRequestsPerConnection);
+    new_task_queue = [this, threads] {
+      pool_ = new BoundedPool(threads,
+                              [this](int socket, std::size_t served) { Serve(socket, served); });
+      return pool_;
+    };
   }
 
   // Binds; the port bound, or -1.
@@ -258,17 +373,27 @@ class GuardedServer : public httplib::Server {
 
  private:
   bool process_and_close_socket(socket_t socket) override {
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    return Serve(socket, 0);
+  }
+
+  // Answers the requests of a connection that has `served` behind it, until it has none waiting:
+  // then it waits in the pool without a thread (or is closed when stopping).
+  bool Serve(int socket, std::size_t served) {
     bool ok = true;
     if (t_turnAway) {
       static constexpr char kBusy[] =
           "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
       ok = send(socket, kBusy, sizeof kBusy - 1, MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
     } else {
-      const int on = 1;
-      setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
       ConnectionStream stream(socket);
-      for (std::size_t served = 0; served < kRequestsPerConnection; ++served) {
-        if (!stream.AwaitRequest(stopping_)) break;
+      for (; served < kRequestsPerConnection; ++served) {
+        if (!stream.HasRequest(pool_->Busy() ? Clock::duration::zero() : kLinger)) {
+          if (stopping_) break;
+          pool_->Park(socket, served);
+          return ok;
+        }
         stream.BeginRequest();
         const bool last = stopping_ || served + 1 == kRequestsPerConnection;
         bool closed = false;
@@ -283,6 +408,7 @@ class GuardedServer : public httplib::Server {
   }
 
   std::atomic<bool> stopping_{false};
+  BoundedPool* pool_ = nullptr;  // made when listening starts, before any connection is served
 };
 
 // The model document of the host's current stores, with its ETag; rebuilt once per change.
@@ -561,9 +687,7 @@ bool ParseListenAddress(const std::string& text, HttpOptions& options) {
 
 int ServeHttp(const Host& host, const HttpOptions& options, std::ostream& out, std::ostream& log) {
   const StopSignals signals;  // before any thread starts
-  GuardedServer server;
-  const std::size_t threads = options.threads;
-  server.new_task_queue = [threads] { return new BoundedPool(threads); };
+  GuardedServer server(options.threads);
   Routes routes(host, options.access);
   routes.Register(server);
 

@@ -11,7 +11,8 @@
 //
 // Every connection is bounded in time and size (see the limits in http_server.cc): idle and slow
 // clients are dropped, headers are capped, and connections beyond what the threads can take are
-// turned away with 503 instead of queueing without end. SIGINT and SIGTERM stop accepting; requests
+// turned away with 503 instead of queueing without end. A connection waiting for a request, its
+// first or a later one, holds no thread, so idle clients cannot keep the threads from others. SIGINT and SIGTERM stop accepting; requests
 // already received are answered, then ServeHttp returns kOk.
 #pragma once
 

@@ -100,11 +100,11 @@ Commands:
                management is disabled" unless --allow-source-management is given with
                --source-root DIR; then a created source must be a regular file whose real path
                lies under DIR (relative paths are taken from DIR). --threads N (1-256, default
-               8) requests are served at once; idle connections close after 5 s, headers must
-               arrive within 5 s and 64 KiB, a whole exchange within 30 s. --watch reloads a
-               source when its file changes (written, or renamed over) and reports on stderr a
-               reload that kept the old data. SIGINT or SIGTERM: stop accepting, answer the
-               requests received, exit 0.
+               8) requests are served at once; idle connections hold no thread and close
+               after 5 s (the longest idle first beyond 512), headers must arrive within 5 s
+               and 64 KiB, a whole exchange within 30 s. --watch reloads a source when its file
+               changes (written, or renamed over) and reports on stderr a reload that kept the
+               old data. SIGINT or SIGTERM: stop accepting, answer the requests received, exit 0.
 
 Exit status: 0 success, 1 usage, 2 the operation failed (check --strict: a warning; diff: a
 change at or above --fail-on), 3 a source failed to load (check: an error).
