@@ -92,10 +92,11 @@ TEST_F(Http, RpcAndTheModelDocumentWithItsETag) {
   EXPECT_EQ(server.Wait(SIGTERM), 0);
 }
 
-// One server that manages sources under a root, watches a file, cuts off requests and stops.
-// A socket connected to `server`, reads giving up after 10 s; -1 when it cannot connect.
+// A socket connected to `server` (on 127.0.0.1), reads giving up after 10 s; -1 when it cannot
+// connect.
 int Connect(const Server& server) {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0), port = std::stoi(server.Url().substr(17));
+  const std::string& url = server.Url();
+  const int fd = socket(AF_INET, SOCK_STREAM, 0), port = std::stoi(url.substr(url.rfind(':') + 1));
   sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
   const timeval wait{10, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
@@ -158,6 +159,7 @@ TEST_F(Http, IdleConnectionsHoldNoThreadAndAreClosed) {
     close(fd);
 }
 
+// One server that manages sources under a root, watches a file, cuts off requests and stops.
 TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   const std::string cli = OSTRA_EXAMPLES_DIR "/cli.json", text = OstraTest::ExampleText("cli.json");
   const std::string file = Write("cli", text);
@@ -208,9 +210,8 @@ TEST_F(Http, SourcesUnderTheRootWatchingLimitsAndStop) {
   EXPECT_EQ(server.Curl("/v1/metadata", headers).status, 400);
   // Headers that trickle in are cut off five seconds after they began (the 400 sent then is lost
   // when the client goes on sending).
-  const int fd = socket(AF_INET, SOCK_STREAM, 0), port = std::stoi(server.Url().substr(17));
-  sockaddr_in address{AF_INET, htons(static_cast<uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
-  ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  const int fd = Connect(server);
+  ASSERT_GE(fd, 0);
   const auto start = std::chrono::steady_clock::now();
   std::thread trickle([fd] {
     for (const char byte : "GET /v1/metadata HTTP/1.1\r\nX: " + std::string(10, 'y')) {
