@@ -67,15 +67,45 @@ thread_local bool t_turnAway = false;
 // read whole, so what follows it cannot be trusted to start a request).
 thread_local bool t_closeAfter = false;
 
+// Finds the end of a request's headers, the blank line after them, byte by byte, and counts the
+// bytes up to it.
+struct HeaderScan {
+  std::size_t bytes = 0, lineBytes = 0;
+  bool inHeaders = true;
+
+  // Takes the next byte of the headers; false when they pass kMaxHeaderBytes with it.
+  bool Take(char c) {
+    if (++bytes > kMaxHeaderBytes) return false;
+    if (c == '\n') {
+      inHeaders = lineBytes != 0;  // a blank line ends the headers
+      lineBytes = 0;
+    } else if (c != '\r') {
+      ++lineBytes;
+    }
+    return true;
+  }
+  // Takes `text` up to the end of the headers; false when they pass kMaxHeaderBytes.
+  bool Take(std::string_view text) {
+    for (std::size_t i = 0; i < text.size() && inHeaders; ++i) {
+      if (!Take(text[i])) return false;
+    }
+    return true;
+  }
+};
+
 // The worker threads, with a bounded wait for them (see kMaxWaiting, kMaxWait), and the
-// connections between requests, which wait without holding a thread: a poller gives such a
-// connection back to the queue when bytes arrive, and closes it after kIdleTime, when kMaxIdle
-// others have come after it, or when the pool shuts down. So clients that connect and send nothing
-// cannot keep the threads from those that ask.
+// connections between requests, which wait without holding a thread: a poller gathers the
+// headers of a connection's next request and gives the connection back to the queue once they are
+// all there. It closes a connection that sends nothing for kIdleTime, that has not finished its
+// headers kHeaderTime after their first byte, that kMaxIdle others have come after, or that is
+// still waiting when the pool shuts down. So clients that connect and send nothing, or send their
+// headers slowly, cannot keep the threads from those that ask.
 class BoundedPool : public httplib::TaskQueue {
  public:
-  // Serves `socket`, which has `served` requests behind it.
-  using Resume = std::function<void(int socket, std::size_t served)>;
+  // Serves `socket`, which has `served` requests behind it and `pending` bytes of the next one
+  // read already, its first at `firstByte`.
+  using Resume = std::function<void(int socket, std::size_t served, std::string pending,
+                                    Clock::time_point firstByte)>;
 
   BoundedPool(std::size_t threads, Resume resume) : resume_(std::move(resume)) {
     if (pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0) wake_[0] = wake_[1] = -1;
@@ -109,12 +139,17 @@ class BoundedPool : public httplib::TaskQueue {
     return !jobs_.empty();
   }
 
-  // Keeps `socket` until bytes of its next request arrive; closes it once the pool shuts down.
-  void Park(int socket, std::size_t served) {
+  // Keeps `socket` until the headers of its next request have arrived; `pending` holds the bytes
+  // of it read already (the first at `firstByte`). Closes the socket once the pool shuts down.
+  void Park(int socket, std::size_t served, std::string pending = std::string(),
+            Clock::time_point firstByte = Clock::time_point()) {
+    Idle idle{socket, served, std::move(pending), firstByte, HeaderScan(), Clock::time_point()};
+    idle.scan.Take(idle.pending);
+    idle.until = idle.pending.empty() ? Clock::now() + kIdleTime : firstByte + kHeaderTime;
     {
       std::lock_guard<std::mutex> lock(idleMutex_);
       if (!closing_) {
-        idle_.push_back({socket, served, Clock::now() + kIdleTime});
+        idle_.push_back(std::move(idle));
         socket = -1;
       }
     }
@@ -150,8 +185,30 @@ class BoundedPool : public httplib::TaskQueue {
   struct Idle {
     int socket;
     std::size_t served;
-    Clock::time_point until;
+    std::string pending;  // bytes of the next request
+    Clock::time_point firstByte;
+    HeaderScan scan;          // of `pending`
+    Clock::time_point until;  // when it is closed
   };
+
+  // Reads what has arrived on `idle`; whether it is to be served now (its headers are all there,
+  // or too long to wait for) rather than closed (the end of the stream, an error) or kept.
+  enum class Arrival { kServe, kClose, kKeep };
+  static Arrival Read(Idle& idle) {
+    char block[16 * 1024];
+    const ssize_t got = recv(idle.socket, block, sizeof block, MSG_DONTWAIT);
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) {
+      return Arrival::kKeep;
+    }
+    if (got <= 0) return Arrival::kClose;  // nothing more will come to answer
+    if (idle.pending.empty()) {
+      idle.firstByte = Clock::now();
+      idle.until = idle.firstByte + kHeaderTime;
+    }
+    const std::string_view text(block, static_cast<std::size_t>(got));
+    idle.pending.append(text);
+    return !idle.scan.Take(text) || !idle.scan.inHeaders ? Arrival::kServe : Arrival::kKeep;
+  }
 
   void Work() {
     for (;;) {
@@ -205,21 +262,27 @@ class BoundedPool : public httplib::TaskQueue {
         const auto now = Clock::now();
         std::deque<Idle> kept;
         for (std::size_t i = 0; i < idle_.size(); ++i) {
-          const Idle& idle = idle_[i];
-          if (i + 1 < polled.size() && polled[i + 1].revents != 0) {
-            ready.push_back(idle);  // bytes, the end of the stream, or an error: served
-          } else if (idle.until <= now) {
+          Idle& idle = idle_[i];
+          const Arrival arrival =
+              i + 1 < polled.size() && polled[i + 1].revents != 0 ? Read(idle) : Arrival::kKeep;
+          if (arrival == Arrival::kServe) {
+            ready.push_back(std::move(idle));
+          } else if (arrival == Arrival::kClose || idle.until <= now) {
             close(idle.socket);
           } else {
-            kept.push_back(idle);
+            kept.push_back(std::move(idle));
           }
         }
         for (; kept.size() > kMaxIdle; kept.pop_front())
           close(kept.front().socket);
         idle_.swap(kept);
       }
-      for (const Idle& idle : ready)
-        enqueue([this, idle] { resume_(idle.socket, idle.served); });
+      for (Idle& idle : ready) {
+        enqueue([this, socket = idle.socket, served = idle.served,
+                 pending = std::move(idle.pending), firstByte = idle.firstByte]() mutable {
+          resume_(socket, served, std::move(pending), firstByte);
+        });
+      }
     }
     std::lock_guard<std::mutex> lock(idleMutex_);
     for (const Idle& idle : idle_)
@@ -244,46 +307,59 @@ class BoundedPool : public httplib::TaskQueue {
 // buffered; the bytes of a request up to the blank line after its headers are counted.
 class ConnectionStream : public httplib::Stream {
  public:
-  explicit ConnectionStream(int socket) : socket_(socket) {}
+  // `pending`: bytes read from the socket already.
+  ConnectionStream(int socket, std::string pending)
+      : socket_(socket), buffer_(std::move(pending)) {}
 
   // Whether bytes of a request (or the end of the stream) are there, or arrive within `linger`.
   bool HasRequest(Clock::duration linger) const {
-    return begin_ < end_ || Poll(POLLIN, Clock::now() + linger) != 0;
+    return begin_ < buffer_.size() || Poll(POLLIN, Clock::now() + linger) != 0;
   }
 
-  // The deadlines of a new request count from now.
-  void BeginRequest() {
-    started_ = Clock::now();
-    headerBytes_ = 0;
-    lineBytes_ = 0;
-    inHeaders_ = true;
+  // Whether the headers of the next request have all arrived, reading what is there without
+  // waiting; true as well for what a thread must answer at once: headers over kMaxHeaderBytes,
+  // the end of the stream, an error.
+  bool HeadersArrived() {
+    for (;;) {
+      HeaderScan scan;
+      if (!scan.Take(Unread()) || !scan.inHeaders) return true;
+      buffer_.erase(0, begin_);
+      begin_ = 0;
+      const std::size_t had = buffer_.size();
+      buffer_.resize(had + kBlock);
+      const ssize_t got = recv(socket_, &buffer_[had], kBlock, MSG_DONTWAIT);
+      buffer_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      if (got < 0) return errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
+      if (got == 0) return true;
+    }
   }
 
-  bool is_readable() const override { return begin_ < end_ || Poll(POLLIN, ReadDeadline()) > 0; }
+  // The bytes read and not yet taken.
+  std::string_view Unread() const { return std::string_view(buffer_).substr(begin_); }
+
+  // The deadlines of a new request count from `firstByte`, when its first byte came.
+  void BeginRequest(Clock::time_point firstByte) {
+    started_ = firstByte;
+    scan_ = HeaderScan();
+  }
+
+  bool is_readable() const override {
+    return begin_ < buffer_.size() || Poll(POLLIN, ReadDeadline()) > 0;
+  }
   bool is_writable() const override { return Poll(POLLOUT, WriteDeadline()) > 0; }
 
   ssize_t read(char* data, size_t size) override {
-    if (begin_ == end_) {
+    if (begin_ == buffer_.size()) {
       if (Poll(POLLIN, ReadDeadline()) <= 0) return -1;
-      const ssize_t got = recv(socket_, buffer_, sizeof buffer_, 0);
-      if (got <= 0) return got;
+      buffer_.resize(kBlock);
+      const ssize_t got = recv(socket_, &buffer_[0], kBlock, 0);
+      buffer_.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
       begin_ = 0;
-      end_ = static_cast<std::size_t>(got);
+      if (got <= 0) return got;
     }
-    std::size_t count = std::min(size, end_ - begin_);
-    if (inHeaders_) {
-      for (std::size_t i = 0; i < count && inHeaders_; ++i) {
-        if (++headerBytes_ > kMaxHeaderBytes) return -1;
-        const char c = buffer_[begin_ + i];
-        if (c == '\n') {
-          inHeaders_ = lineBytes_ != 0;  // a blank line ends the headers
-          lineBytes_ = 0;
-        } else if (c != '\r') {
-          ++lineBytes_;
-        }
-      }
-    }
-    std::memcpy(data, buffer_ + begin_, count);
+    const std::size_t count = std::min(size, buffer_.size() - begin_);
+    if (!scan_.Take(std::string_view(buffer_).substr(begin_, count))) return -1;
+    std::memcpy(data, buffer_.data() + begin_, count);
     begin_ += count;
     return static_cast<ssize_t>(count);
   }
@@ -302,9 +378,11 @@ class ConnectionStream : public httplib::Stream {
   socket_t socket() const override { return socket_; }
 
  private:
+  static constexpr std::size_t kBlock = 16 * 1024;  // read at once
+
   Clock::time_point ReadDeadline() const {
     return std::min(Clock::now() + kStallTime,
-                    started_ + (inHeaders_ ? kHeaderTime : kExchangeTime));
+                    started_ + (scan_.inHeaders ? kHeaderTime : kExchangeTime));
   }
   Clock::time_point WriteDeadline() const {
     return std::min(Clock::now() + kStallTime, started_ + kExchangeTime);
@@ -336,12 +414,17 @@ class ConnectionStream : public httplib::Stream {
   }
 
   const int socket_;
-  char buffer_[16 * 1024];
-  std::size_t begin_ = 0, end_ = 0;  // the unread bytes of buffer_
+  std::string buffer_;
+  std::size_t begin_ = 0;  // buffer_ is read up to here
   Clock::time_point started_ = Clock::now();
-  std::size_t headerBytes_ = 0, lineBytes_ = 0;
-  bool inHeaders_ = true;
+  HeaderScan scan_;  // of the request being read
 };
+
+// Whether bytes (or the end of the stream) can be read from `socket` without waiting.
+bool HasBytes(int socket) {
+  pollfd entry{socket, POLLIN, 0};
+  return poll(&entry, 1, 0) != 0;
+}
 
 // cpp-httplib's server with each connection run on a ConnectionStream, and a stop that lets the
 // requests already received finish.
@@ -351,8 +434,10 @@ class GuardedServer : public httplib::Server {
     set_payload_max_length(JsonRpc::kMaxRequestBytes);
     set_keep_alive_max_count(kRequestsPerConnection);
     new_task_queue = [this, threads] {
-      pool_ = new BoundedPool(threads,
-                              [this](int socket, std::size_t served) { Serve(socket, served); });
+      pool_ = new BoundedPool(threads, [this](int socket, std::size_t served, std::string pending,
+                                              Clock::time_point firstByte) {
+        Serve(socket, served, std::move(pending), firstByte);
+      });
       return pool_;
     };
   }
@@ -375,26 +460,39 @@ class GuardedServer : public httplib::Server {
   bool process_and_close_socket(socket_t socket) override {
     const int on = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    return Serve(socket, 0);
+    return Serve(socket, 0, std::string(), Clock::time_point());
   }
 
-  // Answers the requests of a connection that has `served` behind it, until it has none waiting:
-  // then it waits in the pool without a thread (or is closed when stopping).
-  bool Serve(int socket, std::size_t served) {
+  // Answers the requests of a connection that has `served` behind it (and `pending` bytes of the
+  // next one, which began at `firstByte`), until it has none whose headers are all there: then it
+  // waits in the pool without a thread (or is closed when stopping).
+  bool Serve(int socket, std::size_t served, std::string pending, Clock::time_point firstByte) {
     bool ok = true;
     if (t_turnAway) {
+      // Busy: a connection that asks nothing yet costs no thread to keep; one that asks is told.
+      if (pending.empty() && !stopping_ && !HasBytes(socket)) {
+        pool_->Park(socket, served);
+        return ok;
+      }
       static constexpr char kBusy[] =
           "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
       ok = send(socket, kBusy, sizeof kBusy - 1, MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
     } else {
-      ConnectionStream stream(socket);
+      ConnectionStream stream(socket, std::move(pending));
       for (; served < kRequestsPerConnection; ++served) {
         if (!stream.HasRequest(pool_->Busy() ? Clock::duration::zero() : kLinger)) {
           if (stopping_) break;
           pool_->Park(socket, served);
           return ok;
         }
-        stream.BeginRequest();
+        if (firstByte == Clock::time_point()) firstByte = Clock::now();  // a request begins
+        if (!stream.HeadersArrived()) {
+          if (stopping_) break;
+          pool_->Park(socket, served, std::string(stream.Unread()), firstByte);
+          return ok;
+        }
+        stream.BeginRequest(firstByte);
+        firstByte = Clock::time_point();
         const bool last = stopping_ || served + 1 == kRequestsPerConnection;
         bool closed = false;
         t_closeAfter = false;

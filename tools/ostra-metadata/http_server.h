@@ -11,8 +11,10 @@
 //
 // Every connection is bounded in time and size (see the limits in http_server.cc): idle and slow
 // clients are dropped, headers are capped, and connections beyond what the threads can take are
-// turned away with 503 instead of queueing without end. A connection waiting for a request, its
-// first or a later one, holds no thread, so idle clients cannot keep the threads from others. SIGINT and SIGTERM stop accepting; requests
+// turned away with 503 instead of queueing without end. A connection holds a thread only once the
+// headers of a request have all arrived: waiting for a request, its first or a later one, and
+// for the rest of its headers, it holds none, so idle or slow clients cannot keep the threads
+// from others. SIGINT and SIGTERM stop accepting; requests
 // already received are answered, then ServeHttp returns kOk.
 #pragma once
 

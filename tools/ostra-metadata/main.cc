@@ -100,9 +100,10 @@ Commands:
                management is disabled" unless --allow-source-management is given with
                --source-root DIR; then a created source must be a regular file whose real path
                lies under DIR (relative paths are taken from DIR). --threads N (1-256, default
-               8) requests are served at once; idle connections hold no thread and close
-               after 5 s (the longest idle first beyond 512), headers must arrive within 5 s
-               and 64 KiB, a whole exchange within 30 s. --watch reloads a source when its file
+               8) requests are served at once; a connection holds no thread until the headers
+               of a request have all arrived, which must be within 5 s of their first byte and
+               64 KiB; idle connections close after 5 s (the longest idle first beyond 512), a
+               whole exchange must end within 30 s. --watch reloads a source when its file
                changes (written, or renamed over) and reports on stderr a reload that kept the
                old data. SIGINT or SIGTERM: stop accepting, answer the requests received, exit 0.
 
