@@ -61,7 +61,8 @@ constexpr auto kLinger = milliseconds(2);
 constexpr int kListenBacklog = 512;
 constexpr auto kWatchInterval = milliseconds(250);
 
-// Set on the thread that runs a connection, before it runs it: turn the connection away.
+// Set on the thread that runs a connection, before it runs it: the server is busy, so turn the
+// connection away (or park it when it asks nothing yet).
 thread_local bool t_turnAway = false;
 // Set while a request is answered: close the connection after the answer (the request was not
 // read whole, so what follows it cannot be trusted to start a request).
@@ -92,6 +93,23 @@ struct HeaderScan {
     return true;
   }
 };
+
+constexpr std::size_t kReadBlock = 16 * 1024;  // read from a socket at once
+
+// Appends to `into` what one recv() of at most kReadBlock bytes brings; answers recv()'s count: 0
+// at the end of the stream, -1 on an error or, with MSG_DONTWAIT, when nothing has come yet.
+ssize_t Receive(int socket, std::string& into, int flags) {
+  const std::size_t had = into.size();
+  into.resize(had + kReadBlock);
+  const ssize_t got = recv(socket, &into[had], kReadBlock, flags);
+  into.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+  return got;
+}
+
+// Whether Receive() without waiting found nothing yet, rather than an end or an error.
+bool NothingYet(ssize_t got) {
+  return got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+}
 
 // The worker threads, with a bounded wait for them (see kMaxWaiting, kMaxWait), and the
 // connections between requests, which wait without holding a thread: a poller gathers the
@@ -128,7 +146,7 @@ class BoundedPool : public httplib::TaskQueue {
         return;
       }
     }
-    t_turnAway = true;  // on the accepting thread, which only writes 503 and closes
+    t_turnAway = true;  // on the enqueuing thread, which only parks the connection or writes 503
     job();
     t_turnAway = false;
   }
@@ -195,19 +213,16 @@ class BoundedPool : public httplib::TaskQueue {
   // or too long to wait for) rather than closed (the end of the stream, an error) or kept.
   enum class Arrival { kServe, kClose, kKeep };
   static Arrival Read(Idle& idle) {
-    char block[16 * 1024];
-    const ssize_t got = recv(idle.socket, block, sizeof block, MSG_DONTWAIT);
-    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) {
-      return Arrival::kKeep;
-    }
+    const std::size_t had = idle.pending.size();
+    const ssize_t got = Receive(idle.socket, idle.pending, MSG_DONTWAIT);
+    if (NothingYet(got)) return Arrival::kKeep;
     if (got <= 0) return Arrival::kClose;  // nothing more will come to answer
-    if (idle.pending.empty()) {
+    if (had == 0) {
       idle.firstByte = Clock::now();
       idle.until = idle.firstByte + kHeaderTime;
     }
-    const std::string_view text(block, static_cast<std::size_t>(got));
-    idle.pending.append(text);
-    return !idle.scan.Take(text) || !idle.scan.inHeaders ? Arrival::kServe : Arrival::kKeep;
+    const bool fits = idle.scan.Take(std::string_view(idle.pending).substr(had));
+    return !fits || !idle.scan.inHeaders ? Arrival::kServe : Arrival::kKeep;
   }
 
   void Work() {
@@ -325,12 +340,8 @@ class ConnectionStream : public httplib::Stream {
       if (!scan.Take(Unread()) || !scan.inHeaders) return true;
       buffer_.erase(0, begin_);
       begin_ = 0;
-      const std::size_t had = buffer_.size();
-      buffer_.resize(had + kBlock);
-      const ssize_t got = recv(socket_, &buffer_[had], kBlock, MSG_DONTWAIT);
-      buffer_.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-      if (got < 0) return errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
-      if (got == 0) return true;
+      const ssize_t got = Receive(socket_, buffer_, MSG_DONTWAIT);
+      if (got <= 0) return !NothingYet(got);
     }
   }
 
@@ -351,10 +362,9 @@ class ConnectionStream : public httplib::Stream {
   ssize_t read(char* data, size_t size) override {
     if (begin_ == buffer_.size()) {
       if (Poll(POLLIN, ReadDeadline()) <= 0) return -1;
-      buffer_.resize(kBlock);
-      const ssize_t got = recv(socket_, &buffer_[0], kBlock, 0);
-      buffer_.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      buffer_.clear();
       begin_ = 0;
+      const ssize_t got = Receive(socket_, buffer_, 0);
       if (got <= 0) return got;
     }
     const std::size_t count = std::min(size, buffer_.size() - begin_);
@@ -378,8 +388,6 @@ class ConnectionStream : public httplib::Stream {
   socket_t socket() const override { return socket_; }
 
  private:
-  static constexpr std::size_t kBlock = 16 * 1024;  // read at once
-
   Clock::time_point ReadDeadline() const {
     return std::min(Clock::now() + kStallTime,
                     started_ + (scan_.inHeaders ? kHeaderTime : kExchangeTime));
